@@ -1,0 +1,117 @@
+// CEventQueue: the one timeline of the board. Time is an f64 in microseconds. An event is a time, a
+// registered callback's id and one word of user data. Processors are clients, which the queue asks
+// to catch up with the next event's time before it fires that event.
+#pragma once
+
+#include <vector>
+
+#include "base/StateStream.h"
+#include "base/Types.h"
+
+namespace vx {
+
+// One pending event; the form in which a save state holds it.
+struct SEvent {
+  f64 time = 0.0;
+  u32 id = 0;
+  u32 padding = 0;  // saved; always written as 0 here
+  u64 userData = 0;
+};
+static_assert(sizeof(SEvent) == 24 && offsetof(SEvent, userData) == 16);
+
+class CEventQueue {
+ public:
+  using TimeFunction = f64 (*)(void* context);
+  using Callback = void (*)(void* context, u64 userData, f64 time);
+  // Runs up to the target time and answers the time reached.
+  using Client = f64 (*)(void* context, f64 target);
+  using Listener = void (*)(void* context);
+
+  static constexpr u64 kMagic = 0xea7dafa7b00b5101;
+  static constexpr u32 kIdleId = 0;
+  static constexpr u32 kNoId = 0xFFFFFFFF;  // an id member before its registration
+  // The most events that a state can bring; a board keeps a handful.
+  static constexpr u32 kMaxLoadedEvents = 65536;
+
+  CEventQueue() = default;
+  CEventQueue(const CEventQueue&) = delete;
+  CEventQueue& operator=(const CEventQueue&) = delete;
+
+  // Sets the precise time function and takes id 0 for the callback that does nothing.
+  void Initialise(TimeFunction timeFunction, void* context);
+
+  // A free id: the one freed last, else a new one.
+  u32 Register(Callback function, void* context);
+  // Cancels the id's events and frees the id. Id 0 is never freed.
+  void Unregister(u32 id);
+
+  // Adds an event. One sooner than all others tells the listeners; a time that is not a number is
+  // never reached.
+  void Schedule(f64 time, u32 id, u64 userData);
+  // Schedules an event's next firing one period on. A period that is not above 0 would never let
+  // time pass: the event then stops.
+  void SchedulePeriodic(f64 time, f64 periodUs, u32 id, u64 userData);
+  // Removes all events of an id; id 0 removes all events. No listener is told.
+  void Cancel(u32 id);
+
+  // Answers the client's index, which stays valid.
+  u32 AddClient(Client function, void* context, f64 startTime);
+  // Puts another function behind a client's index; its time stays.
+  void ReplaceClient(u32 index, Client function, void* context);
+  void AddListener(Listener function, void* context);
+  // Adds a time outside the queue that moves with its origin.
+  void AddRebased(f64* time);
+  void RemoveRebased(f64* time);
+
+  // One step of the timeline: brings clients up to the soonest event and fires events until the
+  // time that was soonest at entry has been reached.
+  void Advance();
+  // Makes the present time the origin.
+  void Rebase();
+  // Empties the timeline and sets it back to time 0; registrations stay.
+  void Clear();
+  // Ends running slices, as a sooner event does.
+  void NotifyEarliest();
+
+  f64 Now() const { return m_timeFunction(m_timeContext); }
+  f64 LastFired() const { return m_now; }
+  bool IsEmpty() const { return m_entries.empty(); }
+  // Pending events, soonest last.
+  const std::vector<SEvent>& Entries() const { return m_entries; }
+  f64 ClientTime(u32 index) const { return m_clients[index].time; }
+
+  void Save(SStateStream& stream) const;
+  void Load(SStateStream& stream);
+
+ private:
+  struct SCallback {
+    Callback function;
+    void* context;
+  };
+  struct SClient {
+    Client function;
+    void* context;
+    f64 time;
+  };
+  struct SListener {
+    Listener function;
+    void* context;
+  };
+  static_assert(sizeof(SCallback) == 16 && sizeof(SClient) == 24 && sizeof(SListener) == 16);
+
+  f64 RunClients();
+  void Fire(f64 time);
+
+  TimeFunction m_timeFunction = nullptr;
+  void* m_timeContext = nullptr;
+  std::vector<SEvent> m_entries;
+  std::vector<SCallback> m_callbacks;
+  std::vector<SClient> m_clients;
+  std::vector<SListener> m_listeners;
+  std::vector<f64*> m_rebased;
+  std::vector<u32> m_freeIds;
+  f64 m_now = 0.0;  // time of the last fired event
+  u64 m_magic = 0;
+};
+
+}  // namespace vx
