@@ -28,6 +28,10 @@ constexpr u32 ConvertPixel(u32 source) {
   return Widen(source >> 10 & 31) << 16 | Widen(source >> 5 & 31) << 8 | Widen(source & 31);
 }
 
+void ConvertLine(const u16* __restrict source, u32* __restrict target, u32 pixels) {
+  for (u32 x = 0; x < pixels; ++x) target[x] = ConvertPixel(source[x]);
+}
+
 }  // namespace
 
 void CVXMachine::ArmVideoEvents() {
@@ -62,16 +66,9 @@ void CVXMachine::OnVideoEventEnd(void* context, u64, f64 time) {
 void CVXMachine::CaptureFrame() {
   if ((state.frameFlags & kFrameNoCapture) != 0 || frameTarget == nullptr) return;
   const u32 page = (state.boardControl & kControlPage) != 0 ? 1 : 0;
-  const u8* source = flatMem + kPageStart[page];
-  u32* target = frameTarget;
+  const auto* source = reinterpret_cast<const u16*>(flatMem + kPageStart[page]);
   for (u32 y = 0; y < videoHeight; ++y) {
-    for (u32 x = 0; x < videoWidth; ++x) {
-      u16 pixel;
-      __builtin_memcpy(&pixel, source + 2 * x, sizeof(pixel));
-      target[x] = ConvertPixel(pixel);
-    }
-    source += 2 * kPitchPixels;
-    target += videoWidth;
+    ConvertLine(source + y * kPitchPixels, frameTarget + y * videoWidth, videoWidth);
   }
 }
 
