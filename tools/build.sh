@@ -6,20 +6,23 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 preset=$1
 shift
 
-log=build/$preset-configure.log
+log=build/$preset.log
 mkdir -p build
-if ! cmake --preset "$preset" >"$log" 2>&1; then
-  cat "$log" >&2
-  echo "build: CMake could not configure the preset $preset; its words stand above" >&2
+fail() {
+  [[ -s $log ]] && cat "$log" >&2
+  echo "build: $1" >&2
   exit 1
-fi
+}
+
+cmake --preset "$preset" >"$log" 2>&1 || fail "CMake cannot configure the preset $preset"
 
 echo "Building ($preset) ..." >&2
 options=()
 for target in "$@"; do options+=(--target "$target"); done
-quiet=(-- --quiet)
-[[ -t 1 ]] && quiet=()
-if ! cmake --build --preset "$preset" "${options[@]}" "${quiet[@]}"; then
-  echo "build: the preset $preset does not build; the compiler's words stand above" >&2
-  exit 1
+if [[ -t 2 ]]; then
+  : >"$log"
+  cmake --build --preset "$preset" "${options[@]}" >&2 || fail "the preset $preset does not build"
+else
+  cmake --build --preset "$preset" "${options[@]}" -- --quiet >"$log" 2>&1 ||
+    fail "the preset $preset does not build"
 fi

@@ -48,8 +48,8 @@ u64 PackHash(const SPackDirectory& directory) {
 
 CPackReader::CPackReader(const CByteSource& source) : m_source(source) {
   if (source.SizeBytes() < sizeof(SPackHeader)) {
-    Refuse("this is no pack: found " + Text(source.SizeBytes()) + " bytes, expected at least a header of " +
-           Text(sizeof(SPackHeader)));
+    Refuse("this is no pack: found " + Text(source.SizeBytes()) +
+           " bytes, expected at least a header of " + Text(sizeof(SPackHeader)));
   }
   source.Read(0, {reinterpret_cast<u8*>(&m_directory.header), sizeof(SPackHeader)});
   CheckHeader();
