@@ -1,0 +1,93 @@
+// The lake: the picture above the horizon, mirrored, squeezed, dimmed, and swaying in the ripples.
+#include "guest/draw.h"
+
+enum {
+  kLakeLines = kHeight - kHorizon,
+  kMargin = 16,  // pixels on either side that repeat the line's ends
+};
+
+static uint64_t gMirror[(kWidth + 2 * kMargin) / 4];
+
+static uint64_t FourOf(uint32_t pixel) {
+  const uint64_t pair = pixel | (uint64_t)pixel << 16;
+  return pair | pair << 32;
+}
+
+static void TakeLine(const uint16_t* source) {
+  const uint64_t* from = (const uint64_t*)source;
+  uint64_t* to = gMirror + kMargin / 4;
+  for (uint32_t i = 0; i < kWidth / 4; i += 4) {
+    to[i] = from[i];
+    to[i + 1] = from[i + 1];
+    to[i + 2] = from[i + 2];
+    to[i + 3] = from[i + 3];
+  }
+  const uint64_t left = FourOf(source[0]);
+  const uint64_t right = FourOf(source[kWidth - 1]);
+  for (uint32_t i = 0; i < kMargin / 4; i++) {
+    gMirror[i] = left;
+    gMirror[(kMargin + kWidth) / 4 + i] = right;
+  }
+}
+
+// Five eighths of each channel plus `tint`, on four pixels at once. The tint stays below 11 of 31,
+// so that no channel runs over.
+static inline uint64_t Dim(uint64_t four, uint64_t tint) {
+  const uint64_t half = four >> 1 & 0x3DEF3DEF3DEF3DEF;
+  const uint64_t eighth = four >> 3 & 0x0C630C630C630C63;
+  return half + eighth + tint;
+}
+
+// Copies the held line `shift` pixels to the side, -kMargin < shift < kMargin - 4.
+static void LayLine(uint64_t* target, int32_t shift, uint64_t tint) {
+  const uint32_t start = (uint32_t)(kMargin + shift);
+  const uint64_t* from = gMirror + start / 4;
+  const uint32_t low = (start & 3) * 16;
+  if (low == 0) {
+    for (uint32_t i = 0; i < kWidth / 4; i++) target[i] = Dim(from[i], tint);
+    return;
+  }
+  uint64_t at = from[0];
+  for (uint32_t i = 0; i < kWidth / 4; i++) {
+    const uint64_t next = from[i + 1];
+    target[i] = Dim(at >> low | next << (64 - low), tint);
+    at = next;
+  }
+}
+
+// Short bright strokes where the disc's light runs towards the eye.
+static void DrawGlitter(uint16_t* page, const SDaylight* day, uint32_t moment) {
+  const uint32_t color = PixelOf(BlendWide(day->glow, day->discTop, 100));
+  if (day->discY > kHorizon + 20) return;
+  uint32_t random = 5 + (moment / 5) * 7919;
+  for (uint32_t i = 0; i < 44; i++) {
+    const int32_t line = (int32_t)(NextRandom(&random) % (kLakeLines - 4)) + 2;
+    const int32_t spread = 26 + line / 2;
+    const int32_t a = (int32_t)(NextRandom(&random) % (uint32_t)(2 * spread));
+    const int32_t b = (int32_t)(NextRandom(&random) % (uint32_t)(2 * spread));
+    const int32_t length = 2 + line / 14;
+    uint16_t* target = LineOf(page, kHorizon + line) + kWidth / 2 + (a + b) / 2 - spread;
+    for (int32_t x = 0; x < length; x++) target[x] = (uint16_t)color;
+  }
+}
+
+void DrawLake(uint16_t* page, const SDaylight* day, uint32_t moment) {
+  for (int32_t line = 0; line < kLakeLines; line++) {
+    // Ripples get longer and wider towards the eye.
+    const uint32_t depth = (uint32_t)line;
+    const uint32_t phase = 36000 / (depth + 14) + moment * 11;
+    const int32_t wave =
+        Sine(phase) * (int32_t)(depth + 6) + Sine(phase * 3 + moment * 7) * (int32_t)(depth / 3);
+    const int32_t shift = wave >> 16;
+    const int32_t sway = Sine(phase + 256) * (int32_t)depth >> 17;
+    int32_t source = kHorizon - 1 - line * 13 / 8 + sway;
+    if (source >= kHorizon) source = kHorizon - 1;
+    TakeLine(LineOf(page, source));
+    const SColor water = BlendWide(0, day->water, 40 + depth / 2);
+    const uint32_t even = PixelOf(water + kDither[line & 3][0]);
+    const uint32_t odd = PixelOf(water + kDither[line & 3][1]);
+    const uint64_t pair = even | (uint64_t)odd << 16;
+    LayLine((uint64_t*)LineOf(page, kHorizon + line), shift, pair | pair << 32);
+  }
+  DrawGlitter(page, day, moment);
+}
