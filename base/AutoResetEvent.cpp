@@ -4,22 +4,22 @@ namespace vx {
 
 void CAutoResetEvent::Signal() {
   {
-    const std::lock_guard lock(m_mutex);
-    m_bSignalled = true;
+    const std::lock_guard lock(mutex_);
+    bSignalled_ = true;
   }
-  m_condition.notify_one();
+  condition_.notify_one();
 }
 
 void CAutoResetEvent::Wait() {
-  std::unique_lock lock(m_mutex);
-  m_condition.wait(lock, [this] { return m_bSignalled; });
-  m_bSignalled = false;
+  std::unique_lock lock(mutex_);
+  condition_.wait(lock, [this] { return bSignalled_; });
+  bSignalled_ = false;
 }
 
 bool CAutoResetEvent::WaitFor(std::chrono::milliseconds timeout) {
-  std::unique_lock lock(m_mutex);
-  if (!m_condition.wait_for(lock, timeout, [this] { return m_bSignalled; })) return false;
-  m_bSignalled = false;
+  std::unique_lock lock(mutex_);
+  if (!condition_.wait_for(lock, timeout, [this] { return bSignalled_; })) return false;
+  bSignalled_ = false;
   return true;
 }
 

@@ -16,9 +16,9 @@ class CAutoResetEvent {
   bool WaitFor(std::chrono::milliseconds timeout);
 
  private:
-  std::mutex m_mutex;
-  std::condition_variable m_condition;
-  bool m_bSignalled = false;
+  std::mutex mutex_;
+  std::condition_variable condition_;
+  bool bSignalled_ = false;
 };
 
 }  // namespace vx

@@ -21,7 +21,7 @@ class CQuillonFile {
   // null path or any failure of the system answers false.
   bool Open(const wchar_t* path, EFileMode mode);
   void Close();
-  bool IsOpen() const { return m_stream != nullptr; }
+  bool IsOpen() const { return stream_ != nullptr; }
 
   // Bytes delivered or taken; fewer than asked at the end of the file or on an error.
   u64 Read(void* target, u64 bytes);
@@ -31,7 +31,7 @@ class CQuillonFile {
   u64 Size();
 
  private:
-  std::FILE* m_stream = nullptr;
+  std::FILE* stream_ = nullptr;
 };
 
 }  // namespace vx

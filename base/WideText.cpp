@@ -31,8 +31,6 @@ std::string WideToUtf8(std::wstring_view text) {
   return out;
 }
 
-wchar_t FoldAscii(wchar_t c) {
-  return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c;
-}
+wchar_t FoldAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c; }
 
 }  // namespace vx

@@ -48,8 +48,6 @@ void LoadBlockTable() {
   });
 }
 
-NativeBlock LookUpBlock(const CVXMachine*, u32, u32) {
-  return nullptr;
-}
+NativeBlock LookUpBlock(const CVXMachine*, u32, u32) { return nullptr; }
 
 }  // namespace vx

@@ -30,27 +30,23 @@ enum ECommand : u32 {
 enum EDriveHead : u32 { kHeadMask = 0x0F, kDriveBit = 0x10, kAddressModeBit = 0x40 };
 enum EDeviceFlag : u32 { kDeviceNumber = 0x02, kDeviceAbsent = 0x04 };
 
-bool IsRead(u32 command) {
-  return command == kReadSectors || command == kReadSectorsNoRetry;
-}
-bool IsWrite(u32 command) {
-  return command == kWriteSectors || command == kWriteSectorsNoRetry;
-}
+bool IsRead(u32 command) { return command == kReadSectors || command == kReadSectorsNoRetry; }
+bool IsWrite(u32 command) { return command == kWriteSectors || command == kWriteSectorsNoRetry; }
 
 }  // namespace
 
 void CATADevice::Construct(CEventQueue* queue, const SStorage& storage, LogFunction log) {
-  m_queue = queue;
-  m_storage = storage;
-  m_log = log;
-  m_eventId = queue->Register(OnEvent, this);
+  queue_ = queue;
+  storage_ = storage;
+  log_ = log;
+  eventId_ = queue->Register(OnEvent, this);
   queue->AddRebased(&block.record.lastIndexTime);
   queue->AddRebased(&block.record.busyUntil);
 }
 
 void CATADevice::SetInterruptCallback(InterruptFunction function, void* user) {
-  m_interrupt = function;
-  m_interruptUser = user;
+  interrupt_ = function;
+  interruptUser_ = user;
 }
 
 void CATADevice::Reset() {
@@ -79,7 +75,7 @@ u32 CATADevice::ReadRegister(u32 index) {
     return block.record.status;
   }
   if (index == 0) return ReadData();
-  m_log("ATA cs0 unimplemented: %i\n", index);
+  log_("ATA cs0 unimplemented: %i\n", index);
   return kDeselectedValue;
 }
 
@@ -111,14 +107,14 @@ void CATADevice::WriteRegister(u32 index, u32 value) {
       r.cylinderHigh = byte;
       break;
     case 6:
-      if (((r.driveHead ^ byte) & kDriveBit) != 0) m_log("ATA drv unimplemented\n", 0);
+      if (((r.driveHead ^ byte) & kDriveBit) != 0) log_("ATA drv unimplemented\n", 0);
       r.driveHead = byte;
       break;
     case 7:
       WriteCommand(byte);
       break;
     default:
-      m_log("ATA cs0 write unimplemented: %i\n", index);
+      log_("ATA cs0 write unimplemented: %i\n", index);
       break;
   }
 }
@@ -128,13 +124,13 @@ void CATADevice::WriteDeviceControl(u32 value) {
   if ((r.deviceFlags & kDeviceAbsent) != 0) return;
   const u8 changed = r.deviceControl ^ static_cast<u8>(value);
   r.deviceControl = static_cast<u8>(value);
-  if ((changed & 0x02) != 0) m_log("ATA devcontrol NIEn unimplemented\n", 0);
-  if ((changed & 0x04) != 0) m_log("ATA devcontrol SRst unimplemented\n", 0);
+  if ((changed & 0x02) != 0) log_("ATA devcontrol NIEn unimplemented\n", 0);
+  if ((changed & 0x04) != 0) log_("ATA devcontrol SRst unimplemented\n", 0);
 }
 
 void CATADevice::UpdateStatus() {
   SATARecord& r = block.record;
-  const f64 now = m_queue->Now();
+  const f64 now = queue_->Now();
   r.status = static_cast<u8>(now < r.busyUntil ? r.status | kAtaBusy : r.status & ~kAtaBusy);
   if (now - r.lastIndexTime >= kRevolutionUs) {
     r.status |= kAtaIndex;
@@ -166,19 +162,19 @@ void CATADevice::WriteData(u16 value) {
 void CATADevice::RaiseInterrupt() {
   if (block.interruptLine == 1) return;
   block.interruptLine = 1;
-  if (m_interrupt != nullptr) m_interrupt(this, m_interruptUser, 1);
+  if (interrupt_ != nullptr) interrupt_(this, interruptUser_, 1);
 }
 
 void CATADevice::LowerInterrupt() {
   if (block.interruptLine == 0) return;
   block.interruptLine = 0;
-  if (m_interrupt != nullptr) m_interrupt(this, m_interruptUser, 0);
+  if (interrupt_ != nullptr) interrupt_(this, interruptUser_, 0);
 }
 
 void CATADevice::ScheduleKind(u32 kind, f64 delayUs, u32 command) {
   SATARecord& r = block.record;
-  const f64 now = m_queue->Now();
-  m_queue->Schedule(now + delayUs, m_eventId, u64{command} << 16 | kind);
+  const f64 now = queue_->Now();
+  queue_->Schedule(now + delayUs, eventId_, u64{command} << 16 | kind);
   r.busyUntil = std::max(r.busyUntil, now + delayUs);
   r.status = static_cast<u8>(now < r.busyUntil ? r.status | kAtaBusy : r.status & ~kAtaBusy);
 }
@@ -232,7 +228,7 @@ void CATADevice::WriteCommand(u8 command) {
       RaiseInterrupt();
       break;
     default:
-      m_log("ATA command unimplemented: %i\n", command);
+      log_("ATA command unimplemented: %i\n", command);
       break;
   }
 }
@@ -252,7 +248,7 @@ void CATADevice::StartRead() {
                   : static_cast<f64>(distance) * kSeekFullStrokeUs / r.cylinders + kSeekSettleUs;
   }
   r.currentSector = to;
-  m_storage.onSectorTouched(to, m_storage.user);
+  storage_.onSectorTouched(to, storage_.user);
   if (timing.extraReadTime > 0.0) delayUs += timing.extraReadTime;
   if (delayUs > 0.0) {
     ScheduleKind(kExecute, delayUs, r.command);
@@ -294,7 +290,7 @@ void CATADevice::FailTransfer() {
 
 void CATADevice::TransferRead() {
   SATARecord& r = block.record;
-  if (m_storage.readSector(r.sectorBuffer, TranslateSector(), m_storage.user) < kSectorBytes) {
+  if (storage_.readSector(r.sectorBuffer, TranslateSector(), storage_.user) < kSectorBytes) {
     FailTransfer();
     return;
   }
@@ -324,7 +320,7 @@ void CATADevice::EndWrite() {
 
 void CATADevice::TransferWrite() {
   SATARecord& r = block.record;
-  if (m_storage.writeSector(r.sectorBuffer, TranslateSector(), m_storage.user) < kSectorBytes) {
+  if (storage_.writeSector(r.sectorBuffer, TranslateSector(), storage_.user) < kSectorBytes) {
     FailTransfer();
     return;
   }
@@ -343,7 +339,7 @@ void CATADevice::TransferWrite() {
 u32 CATADevice::TranslateSector() {
   const SATARecord& r = block.record;
   if ((r.driveHead & kAddressModeBit) != 0) {
-    m_log("ATA non-LBA path unimplemented\n", 0);
+    log_("ATA non-LBA path unimplemented\n", 0);
     return 0;
   }
   const u32 cylinder = u32{r.cylinderHigh} << 8 | r.cylinderLow;
@@ -354,7 +350,7 @@ u32 CATADevice::TranslateSector() {
 void CATADevice::AdvanceSector() {
   SATARecord& r = block.record;
   if ((r.driveHead & kAddressModeBit) != 0) {
-    m_log("ATA non-LBA path unimplemented\n", 0);
+    log_("ATA non-LBA path unimplemented\n", 0);
   } else if (r.sectorNumber < r.sectorsPerTrack) {
     ++r.sectorNumber;
   } else {
@@ -365,7 +361,7 @@ void CATADevice::AdvanceSector() {
     if (!bNextHead && ++r.cylinderLow == 0) ++r.cylinderHigh;
   }
   r.currentSector = TranslateSector();
-  m_storage.onSectorTouched(r.currentSector, m_storage.user);
+  storage_.onSectorTouched(r.currentSector, storage_.user);
 }
 
 }  // namespace vx

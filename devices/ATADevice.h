@@ -125,12 +125,12 @@ class CATADevice {
   void AdvanceSector();
 
   // wiring
-  CEventQueue* m_queue = nullptr;
-  SStorage m_storage;
-  LogFunction m_log = nullptr;
-  u32 m_eventId = CEventQueue::kNoId;
-  InterruptFunction m_interrupt = nullptr;
-  void* m_interruptUser = nullptr;
+  CEventQueue* queue_ = nullptr;
+  SStorage storage_;
+  LogFunction log_ = nullptr;
+  u32 eventId_ = CEventQueue::kNoId;
+  InterruptFunction interrupt_ = nullptr;
+  void* interruptUser_ = nullptr;
 };
 
 }  // namespace vx

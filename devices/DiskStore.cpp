@@ -95,9 +95,7 @@ void MarkDirty(CVXMachine& m, u64 sector) {
 
 // --- The drive's description -------------------------------------------------------------------
 
-void PutText(u16* words, const char* text, u32 bytes) {
-  std::memcpy(words, text, bytes);
-}
+void PutText(u16* words, const char* text, u32 bytes) { std::memcpy(words, text, bytes); }
 
 void FillIdentifyData(CVXMachine& m) {
   struct SWord {

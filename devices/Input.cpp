@@ -53,9 +53,7 @@ void StorePort(u64& port, u64 value) {
 
 }  // namespace
 
-void FillPadMaskTable() {
-  std::copy_n(kPadMasks, kPadMaskCount, g_padMaskTable);
-}
+void FillPadMaskTable() { std::copy_n(kPadMasks, kPadMaskCount, g_padMaskTable); }
 
 void CVXMachine::SetInput(const SInputRecord* records, u32 count) noexcept {
   const std::lock_guard lock(inputLock);

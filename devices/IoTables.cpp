@@ -188,9 +188,7 @@ void WriteAta(CVXMachine* m, u32 address, u64 value) {
   }
 }
 
-u64 ReadNothing(CVXMachine*, u32) {
-  return 0;
-}
+u64 ReadNothing(CVXMachine*, u32) { return 0; }
 void WriteNothing(CVXMachine*, u32, u64) {}
 
 template <bool bLayoutB>

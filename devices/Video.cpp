@@ -20,9 +20,7 @@ constexpr f64 kSlowestFrameRate = 1.0, kFastestFrameRate = 1000.0;
 static_assert(kBlankStart == 0.916030534351145);
 
 // A 5-bit channel widened to 8 bits, so that full stays full and black stays black.
-constexpr u32 Widen(u32 channel) {
-  return channel << 3 | channel >> 2;
-}
+constexpr u32 Widen(u32 channel) { return channel << 3 | channel >> 2; }
 
 constexpr u32 ConvertPixel(u32 source) {
   return Widen(source >> 10 & 31) << 16 | Widen(source >> 5 & 31) << 8 | Widen(source & 31);

@@ -8,9 +8,7 @@
 enum { kTitleEntry = 0, kTitleWindow = 0x00400, kCoinEntry = 1, kCoinWindow = 0x00410 };
 enum { kCoinBytes = kCoinSize * kCoinSize * 2 };
 
-static const uint16_t* WindowAt(uint32_t page) {
-  return (const uint16_t*)(uintptr_t)(page << 12);
-}
+static const uint16_t* WindowAt(uint32_t page) { return (const uint16_t*)(uintptr_t)(page << 12); }
 
 // Turns the window to the page that holds the view.
 static const uint16_t* MapCoin(uint32_t view) {

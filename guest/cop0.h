@@ -46,9 +46,7 @@ static inline uint64_t ReadEntryHiWhole(void) {
   return value;
 }
 
-static inline void WriteTlbIndexed(void) {
-  __asm__ volatile("tlbwi" ::: "memory");
-}
+static inline void WriteTlbIndexed(void) { __asm__ volatile("tlbwi" ::: "memory"); }
 
 #undef VX_COP0_READ
 #undef VX_COP0_WRITE

@@ -35,9 +35,7 @@ static const SScene kDay[kScenes] = {
 static const int16_t kDiscY[kScenes] = {120, 116, 134, 84};
 // clang-format on
 
-static SColor Pack(const uint8_t* rgb) {
-  return MakeColor(rgb[0], rgb[1], rgb[2]);
-}
+static SColor Pack(const uint8_t* rgb) { return MakeColor(rgb[0], rgb[1], rgb[2]); }
 
 static SColor BlendOf(const uint8_t* a, const uint8_t* b, uint32_t weight) {
   return Blend(Pack(a), Pack(b), weight);

@@ -27,9 +27,7 @@ static inline SColor MakeColor(uint32_t r, uint32_t g, uint32_t b) {
 static inline SColor BlendWide(SColor a, SColor b, uint32_t weight) {
   return a * (256 - weight) + b * weight;
 }
-static inline SColor Narrow(SColor wide) {
-  return wide >> 8 & kColorMask;
-}
+static inline SColor Narrow(SColor wide) { return wide >> 8 & kColorMask; }
 static inline SColor Blend(SColor a, SColor b, uint32_t weight) {
   return Narrow(BlendWide(a, b, weight));
 }
@@ -41,12 +39,8 @@ static inline uint32_t PixelOf(SColor wide) {
 // Dither steps of two columns by four lines, spread below one step of a 5-bit channel.
 extern const SColor kDither[4][2];
 
-static inline int32_t Sine(uint32_t angle) {
-  return kSine[angle & 1023];
-}
-static inline uint16_t* LineOf(uint16_t* page, int32_t y) {
-  return page + y * kWidth;
-}
+static inline int32_t Sine(uint32_t angle) { return kSine[angle & 1023]; }
+static inline uint16_t* LineOf(uint16_t* page, int32_t y) { return page + y * kWidth; }
 
 // Small steady random numbers: the same row of them from the same seed.
 static inline uint32_t NextRandom(uint32_t* state) {

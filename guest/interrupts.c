@@ -20,13 +20,9 @@ static volatile bool gbFlipPending;
 static volatile bool gbFlipToPage1;
 static volatile bool gbFlipsExpected;
 
-void ExpectExceptions(bool bExpected) {
-  gbExceptionsExpected = bExpected;
-}
+void ExpectExceptions(bool bExpected) { gbExceptionsExpected = bExpected; }
 
-void ShowPage(bool bPage1) {
-  kBoardControl = bPage1 ? kControlPage1 : 0;
-}
+void ShowPage(bool bPage1) { kBoardControl = bPage1 ? kControlPage1 : 0; }
 
 void RequestFlip(bool bPage1) {
   gbFlipToPage1 = bPage1;
@@ -34,9 +30,7 @@ void RequestFlip(bool bPage1) {
   gbFlipsExpected = true;
 }
 
-bool IsFlipPending(void) {
-  return gbFlipPending;
-}
+bool IsFlipPending(void) { return gbFlipPending; }
 
 void WaitBlanks(uint32_t blanks) {
   const uint32_t target = kResults->blankCount + blanks;
@@ -59,9 +53,7 @@ void StartInterrupts(void) {
   WriteStatus(kLineBlank | kLineTimer | kStatusIe);
 }
 
-void StopInterrupts(void) {
-  WriteStatus(0);
-}
+void StopInterrupts(void) { WriteStatus(0); }
 
 static void HandleBlank(void) {
   const uint32_t now = ReadCount();

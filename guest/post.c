@@ -27,9 +27,7 @@ typedef struct SPostLine {
 } SPostLine;
 
 static void ShowRamProgress(uint32_t kibDone);
-static void RunRam(void) {
-  TestRam(ShowRamProgress);
-}
+static void RunRam(void) { TestRam(ShowRamProgress); }
 
 static const SPostLine kLines[] = {
     {"BOOT ROM", kGroupRom, TestRom},
@@ -44,9 +42,7 @@ static const SPostLine kLines[] = {
 };
 enum { kLineCount = sizeof(kLines) / sizeof(kLines[0]) };
 
-static int32_t LineAt(uint32_t index) {
-  return kFirstLine + (int32_t)index * kLineStep;
-}
+static int32_t LineAt(uint32_t index) { return kFirstLine + (int32_t)index * kLineStep; }
 
 static void DrawBackground(uint16_t* page) {
   for (int32_t y = 0; y < kHeight; y++) {

@@ -14,9 +14,7 @@ void ClearResults(void) {
   kResults->magic = kSelfTestMagic;
 }
 
-void BeginGroup(uint32_t group) {
-  gGroup = group;
-}
+void BeginGroup(uint32_t group) { gGroup = group; }
 
 void Check(uint64_t got, uint64_t wanted) {
   volatile SSelfTestGroup* group = &kResults->groups[gGroup];
@@ -34,9 +32,7 @@ void Check(uint64_t got, uint64_t wanted) {
   }
 }
 
-void CheckTrue(bool bCondition) {
-  Check(bCondition, true);
-}
+void CheckTrue(bool bCondition) { Check(bCondition, true); }
 
 bool GroupPassed(uint32_t group) {
   return kResults->groups[group].run == kResults->groups[group].passed;

@@ -134,9 +134,7 @@ static volatile uint64_t gBytes[2];
 
 // Segments without a cache of their own reach the same memory, and the uncached one also what lies
 // outside of RAM.
-static volatile void* At(uint32_t address) {
-  return (volatile void*)(uintptr_t)address;
-}
+static volatile void* At(uint32_t address) { return (volatile void*)(uintptr_t)address; }
 
 static void TestLoads(void) {
   gBytes[0] = kBytes0;

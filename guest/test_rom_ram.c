@@ -9,9 +9,7 @@ typedef struct SRomHeader {
   uint32_t reserved;
 } SRomHeader;
 
-static uint64_t* At(uint32_t address) {
-  return (uint64_t*)(uintptr_t)address;
-}
+static uint64_t* At(uint32_t address) { return (uint64_t*)(uintptr_t)address; }
 
 void TestRom(void) {
   BeginGroup(kGroupRom);

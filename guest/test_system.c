@@ -7,9 +7,7 @@
 extern uint32_t Op_count_spin(uint64_t turns);
 extern uint64_t Op_mfc0_count(void), Op_dmfc0_count(void);
 
-static uint64_t SignExtend(uint32_t value) {
-  return (uint64_t)(int64_t)(int32_t)value;
-}
+static uint64_t SignExtend(uint32_t value) { return (uint64_t)(int64_t)(int32_t)value; }
 
 // Polls until a Cause line is up, at most about `limitCounts` steps of Count.
 static bool AwaitLine(uint32_t line, uint32_t limitCounts) {

@@ -73,12 +73,12 @@ class CEventQueue {
   // Ends running slices, as a sooner event does.
   void NotifyEarliest();
 
-  f64 Now() const { return m_timeFunction(m_timeContext); }
-  f64 LastFired() const { return m_now; }
-  bool IsEmpty() const { return m_entries.empty(); }
+  f64 Now() const { return timeFunction_(timeContext_); }
+  f64 LastFired() const { return now_; }
+  bool IsEmpty() const { return entries_.empty(); }
   // Pending events, soonest last.
-  const std::vector<SEvent>& Entries() const { return m_entries; }
-  f64 ClientTime(u32 index) const { return m_clients[index].time; }
+  const std::vector<SEvent>& Entries() const { return entries_; }
+  f64 ClientTime(u32 index) const { return clients_[index].time; }
 
   void Save(SStateStream& stream) const;
   void Load(SStateStream& stream);
@@ -102,16 +102,16 @@ class CEventQueue {
   f64 RunClients();
   void Fire(f64 time);
 
-  TimeFunction m_timeFunction = nullptr;
-  void* m_timeContext = nullptr;
-  std::vector<SEvent> m_entries;
-  std::vector<SCallback> m_callbacks;
-  std::vector<SClient> m_clients;
-  std::vector<SListener> m_listeners;
-  std::vector<f64*> m_rebased;
-  std::vector<u32> m_freeIds;
-  f64 m_now = 0.0;  // time of the last fired event
-  u64 m_magic = 0;
+  TimeFunction timeFunction_ = nullptr;
+  void* timeContext_ = nullptr;
+  std::vector<SEvent> entries_;
+  std::vector<SCallback> callbacks_;
+  std::vector<SClient> clients_;
+  std::vector<SListener> listeners_;
+  std::vector<f64*> rebased_;
+  std::vector<u32> freeIds_;
+  f64 now_ = 0.0;  // time of the last fired event
+  u64 magic_ = 0;
 };
 
 }  // namespace vx

@@ -32,16 +32,10 @@ f64 UsableClock(f64 clockMHz, f64 otherwise) {
   return std::isfinite(clockMHz) && clockMHz > 0.0 ? clockMHz : otherwise;
 }
 
-f64 MainClock(const CVXMachine* m) {
-  return UsableClock(m->cpu.clockMHz, kDefaultClockMHz);
-}
-f64 SoundClock(const CVXMachine* m) {
-  return UsableClock(m->sound.state.clockMHz, kSoundClockMHz);
-}
+f64 MainClock(const CVXMachine* m) { return UsableClock(m->cpu.clockMHz, kDefaultClockMHz); }
+f64 SoundClock(const CVXMachine* m) { return UsableClock(m->sound.state.clockMHz, kSoundClockMHz); }
 
-f64 Elapsed(u32 cycles, f64 clockMHz) {
-  return static_cast<f64>(cycles) * (1.0 / clockMHz);
-}
+f64 Elapsed(u32 cycles, f64 clockMHz) { return static_cast<f64>(cycles) * (1.0 / clockMHz); }
 
 }  // namespace
 
@@ -163,13 +157,9 @@ void CVXMachine::RunFrame() noexcept {
   MixFrame();
 }
 
-void CVXMachine::MixFrame() {
-  soundBoard.sampleCount = 0;
-}
+void CVXMachine::MixFrame() { soundBoard.sampleCount = 0; }
 
 void CVXMachine::SaveState(SStateStream*, u8) noexcept {}
-bool CVXMachine::LoadState(SStateStream*) noexcept {
-  return false;
-}
+bool CVXMachine::LoadState(SStateStream*) noexcept { return false; }
 
 }  // namespace vx

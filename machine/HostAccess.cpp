@@ -9,12 +9,8 @@ const SHostApi* g_host = &kNoHost;
 
 }  // namespace
 
-const SHostApi& Host() {
-  return *g_host;
-}
+const SHostApi& Host() { return *g_host; }
 
-void SetHost(const SHostApi* host) {
-  g_host = host != nullptr ? host : &kNoHost;
-}
+void SetHost(const SHostApi* host) { g_host = host != nullptr ? host : &kNoHost; }
 
 }  // namespace vx

@@ -20,9 +20,7 @@ inline void HostInflate(void* target, const void* source, u32 targetBytes, u32 s
   if (Host().Inflate != nullptr) Host().Inflate(target, source, targetBytes, sourceBytes, 0);
 }
 
-inline f64 HostClockMs() {
-  return Host().GetClockMs != nullptr ? Host().GetClockMs() : 0.0;
-}
+inline f64 HostClockMs() { return Host().GetClockMs != nullptr ? Host().GetClockMs() : 0.0; }
 
 inline bool HostIsConfigLocked() {
   return Host().IsConfigLocked != nullptr && Host().IsConfigLocked();

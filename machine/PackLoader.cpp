@@ -22,16 +22,16 @@ namespace {
 class CScratch {
  public:
   u8* Ensure(u64 bytes) {
-    if (bytes > m_bytes) {
-      m_data.reset(new u8[bytes]);
-      m_bytes = bytes;
+    if (bytes > bytes_) {
+      data_.reset(new u8[bytes]);
+      bytes_ = bytes;
     }
-    return m_data.get();
+    return data_.get();
   }
 
  private:
-  std::unique_ptr<u8[]> m_data;
-  u64 m_bytes = 0;
+  std::unique_ptr<u8[]> data_;
+  u64 bytes_ = 0;
 };
 
 // A disk image of zero pages that take no memory before they are filled: what a short file leaves

@@ -133,9 +133,7 @@ struct SHeldBlob {
 };
 SHeldBlob g_held;
 
-bool IsDictated() {
-  return HostIsConfigLocked() && g_held.bValid.load(std::memory_order_acquire);
-}
+bool IsDictated() { return HostIsConfigLocked() && g_held.bValid.load(std::memory_order_acquire); }
 
 }  // namespace
 
@@ -165,13 +163,9 @@ void BuildSettings() {
   g_list.end = g_records + kSettingCount;
 }
 
-void ClearSettings() {
-  g_list.end = g_list.begin;
-}
+void ClearSettings() { g_list.end = g_list.begin; }
 
-const SSettingList* SettingList() {
-  return &g_list;
-}
+const SSettingList* SettingList() { return &g_list; }
 
 void ResetSettingsToDefaults() {
   for (SSettingRecord* record = g_list.begin; record != g_list.end; ++record) {
@@ -195,15 +189,9 @@ u32 EffectiveExtraReadTimeUs() {
                       : TableValue(kExtraReadTimesUs, kExtraReadTime);
 }
 
-bool DiskFlushSetting() {
-  return CurrentValue(kHdFlush) != 0;
-}
-bool PreserveCacheSetting() {
-  return CurrentValue(kPreserveCache) != 0;
-}
-bool RandomStartSetting() {
-  return CurrentValue(kRandCycles) != 0;
-}
+bool DiskFlushSetting() { return CurrentValue(kHdFlush) != 0; }
+bool PreserveCacheSetting() { return CurrentValue(kPreserveCache) != 0; }
+bool RandomStartSetting() { return CurrentValue(kRandCycles) != 0; }
 
 void SaveConfigBlob(SConfigBlob* blob) {
   g_held.dipWord.store(PresentDipWord(), std::memory_order_relaxed);

@@ -16,9 +16,7 @@ namespace {
 
 constexpr u32 kSoundBankMask = 0x800;
 
-void LogDrive(const char* format, u32 value) {
-  HostLog(ELogLevel::Error, format, value);
-}
+void LogDrive(const char* format, u32 value) { HostLog(ELogLevel::Error, format, value); }
 
 void OnAtaInterrupt(CATADevice*, void* user, u32 level) {
   static_cast<CVXMachine*>(user)->SetCauseLine(kCauseAta, level != 0);
@@ -35,9 +33,7 @@ void* CVXMachine::operator new(size_t bytes) {
   return object;
 }
 
-void CVXMachine::operator delete(void* object) {
-  munmap(object, sizeof(CVXMachine));
-}
+void CVXMachine::operator delete(void* object) { munmap(object, sizeof(CVXMachine)); }
 
 CVXMachine::CVXMachine() {
   state.inputPort0 = state.inputPort1 = state.boardStatus = state.dipPort = ~u64{0};
@@ -80,21 +76,11 @@ void* CVXMachine::Destruct(u32 deleteFlag) noexcept {
 
 // --- Small boundary operations -----------------------------------------------------------------
 
-u32 CVXMachine::GetWidth() noexcept {
-  return videoWidth;
-}
-u32 CVXMachine::GetHeight() noexcept {
-  return videoHeight;
-}
-u8* CVXMachine::GetMemoryImage() noexcept {
-  return flatMem;
-}
-bool CVXMachine::IsLoaded() noexcept {
-  return bLoaded != 0;
-}
-u64 CVXMachine::GetFrameCount() noexcept {
-  return state.frameNumber;
-}
+u32 CVXMachine::GetWidth() noexcept { return videoWidth; }
+u32 CVXMachine::GetHeight() noexcept { return videoHeight; }
+u8* CVXMachine::GetMemoryImage() noexcept { return flatMem; }
+bool CVXMachine::IsLoaded() noexcept { return bLoaded != 0; }
+u64 CVXMachine::GetFrameCount() noexcept { return state.frameNumber; }
 
 i64 CVXMachine::GetSampleRate() noexcept {
   constexpr i64 kDefaultSampleRate = 31250;

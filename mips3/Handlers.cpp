@@ -17,15 +17,9 @@ void ExecUnimplemented(CVXMachine* m, u32 w) {
           m->cpu.pc, w, MainCode(w), Funct(w), Rt(w));
 }
 
-void ExecSyscall(CVXMachine* m, u32) {
-  TakeException(m, kExceptionSyscall);
-}
-void ExecBreak(CVXMachine* m, u32) {
-  TakeException(m, kExceptionBreak);
-}
-void ExecCop0Function(CVXMachine* m, u32 w) {
-  ExecuteCop0Function(m, w);
-}
+void ExecSyscall(CVXMachine* m, u32) { TakeException(m, kExceptionSyscall); }
+void ExecBreak(CVXMachine* m, u32) { TakeException(m, kExceptionBreak); }
+void ExecCop0Function(CVXMachine* m, u32 w) { ExecuteCop0Function(m, w); }
 
 void ExecMfc0(CVXMachine* m, u32 w) {
   if (Rt(w) != 0) SetT(m, w, SignExtend32(static_cast<u32>(ReadCop0(m, Rd(w), Rt(w)))));
@@ -33,18 +27,14 @@ void ExecMfc0(CVXMachine* m, u32 w) {
 void ExecDmfc0(CVXMachine* m, u32 w) {
   if (Rt(w) != 0) SetT(m, w, ReadCop0(m, Rd(w), Rt(w)));
 }
-void ExecMtc0(CVXMachine* m, u32 w) {
-  WriteCop0(m, Rd(w), RegT(m, w));
-}
+void ExecMtc0(CVXMachine* m, u32 w) { WriteCop0(m, Rd(w), RegT(m, w)); }
 
 // The floating point unit is busy for a cycle after a move from or to memory.
 void OccupyFpUnit(CVXMachine* m) {
   m->cpu.cycles = std::max(m->cpu.cycles, m->cpu.fpBusy);
   m->cpu.fpBusy = m->cpu.cycles + 1;
 }
-bool HasFullFpRegisters(const CVXMachine* m) {
-  return (m->cpu.cop0[kCop0Status] & kStatusFr) != 0;
-}
+bool HasFullFpRegisters(const CVXMachine* m) { return (m->cpu.cop0[kCop0Status] & kStatusFr) != 0; }
 
 void ExecLwc1(CVXMachine* m, u32 w) {
   const u64 value = ReadMemory<u32>(m, AddressOf(m, w), 0);
@@ -100,18 +90,10 @@ constexpr auto kCop0Handlers = [] {
   return handlers;
 }();
 
-void DispatchSpecial(CVXMachine* m, u32 w) {
-  kSpecialHandlers[Funct(w)](m, w);
-}
-void DispatchRegImm(CVXMachine* m, u32 w) {
-  kRegImmHandlers[Rt(w)](m, w);
-}
-void DispatchCop0(CVXMachine* m, u32 w) {
-  kCop0Handlers[Rs(w)](m, w);
-}
-void DispatchCop1(CVXMachine* m, u32 w) {
-  kCop1Handlers[Rs(w)](m, w);
-}
+void DispatchSpecial(CVXMachine* m, u32 w) { kSpecialHandlers[Funct(w)](m, w); }
+void DispatchRegImm(CVXMachine* m, u32 w) { kRegImmHandlers[Rt(w)](m, w); }
+void DispatchCop0(CVXMachine* m, u32 w) { kCop0Handlers[Rs(w)](m, w); }
+void DispatchCop1(CVXMachine* m, u32 w) { kCop1Handlers[Rs(w)](m, w); }
 
 constexpr auto kMainHandlers = [] {
   auto handlers = BuildHandlers(kMainOps);
@@ -124,9 +106,7 @@ constexpr auto kMainHandlers = [] {
 
 }  // namespace
 
-void ExecuteWord(CVXMachine* m, u32 word) {
-  kMainHandlers[MainCode(word)](m, word);
-}
+void ExecuteWord(CVXMachine* m, u32 word) { kMainHandlers[MainCode(word)](m, word); }
 
 OpHandler ChooseHandler(u32 word) {
   switch (MainCode(word)) {

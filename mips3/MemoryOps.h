@@ -23,39 +23,17 @@ inline void Store(CVXMachine* m, u32 w, u32 k) {
   WriteMemory<T>(m, AddressOf(m, w), static_cast<T>(RegT(m, w)), k);
 }
 
-inline void ExecLb(CVXMachine* m, u32 w, u32 k) {
-  Load<i8>(m, w, k);
-}
-inline void ExecLbu(CVXMachine* m, u32 w, u32 k) {
-  Load<u8>(m, w, k);
-}
-inline void ExecLh(CVXMachine* m, u32 w, u32 k) {
-  Load<i16>(m, w, k);
-}
-inline void ExecLhu(CVXMachine* m, u32 w, u32 k) {
-  Load<u16>(m, w, k);
-}
-inline void ExecLw(CVXMachine* m, u32 w, u32 k) {
-  Load<i32>(m, w, k);
-}
-inline void ExecLwu(CVXMachine* m, u32 w, u32 k) {
-  Load<u32>(m, w, k);
-}
-inline void ExecLd(CVXMachine* m, u32 w, u32 k) {
-  Load<u64>(m, w, k);
-}
-inline void ExecSb(CVXMachine* m, u32 w, u32 k) {
-  Store<u8>(m, w, k);
-}
-inline void ExecSh(CVXMachine* m, u32 w, u32 k) {
-  Store<u16>(m, w, k);
-}
-inline void ExecSw(CVXMachine* m, u32 w, u32 k) {
-  Store<u32>(m, w, k);
-}
-inline void ExecSd(CVXMachine* m, u32 w, u32 k) {
-  Store<u64>(m, w, k);
-}
+inline void ExecLb(CVXMachine* m, u32 w, u32 k) { Load<i8>(m, w, k); }
+inline void ExecLbu(CVXMachine* m, u32 w, u32 k) { Load<u8>(m, w, k); }
+inline void ExecLh(CVXMachine* m, u32 w, u32 k) { Load<i16>(m, w, k); }
+inline void ExecLhu(CVXMachine* m, u32 w, u32 k) { Load<u16>(m, w, k); }
+inline void ExecLw(CVXMachine* m, u32 w, u32 k) { Load<i32>(m, w, k); }
+inline void ExecLwu(CVXMachine* m, u32 w, u32 k) { Load<u32>(m, w, k); }
+inline void ExecLd(CVXMachine* m, u32 w, u32 k) { Load<u64>(m, w, k); }
+inline void ExecSb(CVXMachine* m, u32 w, u32 k) { Store<u8>(m, w, k); }
+inline void ExecSh(CVXMachine* m, u32 w, u32 k) { Store<u16>(m, w, k); }
+inline void ExecSw(CVXMachine* m, u32 w, u32 k) { Store<u32>(m, w, k); }
+inline void ExecSd(CVXMachine* m, u32 w, u32 k) { Store<u64>(m, w, k); }
 
 // --- Unaligned forms: the aligned word or doubleword that holds the address --------------------
 

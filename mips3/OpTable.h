@@ -84,38 +84,18 @@ inline constexpr std::array<SOpInfo, kOpCount> kOps = {{
 #undef VX_OP
 }};
 
-constexpr const SOpInfo& OpInfo(EOp op) {
-  return kOps[static_cast<u32>(op)];
-}
+constexpr const SOpInfo& OpInfo(EOp op) { return kOps[static_cast<u32>(op)]; }
 
 // Fields of an op word.
-constexpr u32 MainCode(u32 word) {
-  return word >> 26;
-}
-constexpr u32 Rs(u32 word) {
-  return word >> 21 & 31;
-}
-constexpr u32 Rt(u32 word) {
-  return word >> 16 & 31;
-}
-constexpr u32 Rd(u32 word) {
-  return word >> 11 & 31;
-}
-constexpr u32 Sa(u32 word) {
-  return word >> 6 & 31;
-}
-constexpr u32 Funct(u32 word) {
-  return word & 63;
-}
-constexpr u32 Cop0Code(u32 word) {
-  return word & 0x1FFFFFF;
-}
-constexpr i32 SignedImmediate(u32 word) {
-  return static_cast<i16>(word);
-}
-constexpr u32 UnsignedImmediate(u32 word) {
-  return word & 0xFFFF;
-}
+constexpr u32 MainCode(u32 word) { return word >> 26; }
+constexpr u32 Rs(u32 word) { return word >> 21 & 31; }
+constexpr u32 Rt(u32 word) { return word >> 16 & 31; }
+constexpr u32 Rd(u32 word) { return word >> 11 & 31; }
+constexpr u32 Sa(u32 word) { return word >> 6 & 31; }
+constexpr u32 Funct(u32 word) { return word & 63; }
+constexpr u32 Cop0Code(u32 word) { return word & 0x1FFFFFF; }
+constexpr i32 SignedImmediate(u32 word) { return static_cast<i16>(word); }
+constexpr u32 UnsignedImmediate(u32 word) { return word & 0xFFFF; }
 
 inline constexpr u32 kMainSpecial = 0;
 inline constexpr u32 kMainRegImm = 1;
@@ -158,9 +138,7 @@ constexpr EOp DecodeOp(u32 word) {
   }
 }
 
-constexpr bool HasDelaySlot(u32 word) {
-  return (OpInfo(DecodeOp(word)).traits & kDelaySlot) != 0;
-}
+constexpr bool HasDelaySlot(u32 word) { return (OpInfo(DecodeOp(word)).traits & kDelaySlot) != 0; }
 
 // Whether not taking this branch must be marked on its block's head: the REGIMM and COP1 likely
 // forms. The main-code likely branches are not marked.

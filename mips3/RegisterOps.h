@@ -12,105 +12,55 @@
 namespace vx {
 
 // A 32-bit result as the register holds it.
-constexpr u64 SignExtend32(u32 value) {
-  return static_cast<u64>(i64{static_cast<i32>(value)});
-}
+constexpr u64 SignExtend32(u32 value) { return static_cast<u64>(i64{static_cast<i32>(value)}); }
 
-inline u64 RegS(const CVXMachine* m, u32 word) {
-  return m->cpu.gpr[Rs(word)];
-}
-inline u64 RegT(const CVXMachine* m, u32 word) {
-  return m->cpu.gpr[Rt(word)];
-}
-inline u32 LowS(const CVXMachine* m, u32 word) {
-  return static_cast<u32>(RegS(m, word));
-}
-inline u32 LowT(const CVXMachine* m, u32 word) {
-  return static_cast<u32>(RegT(m, word));
-}
+inline u64 RegS(const CVXMachine* m, u32 word) { return m->cpu.gpr[Rs(word)]; }
+inline u64 RegT(const CVXMachine* m, u32 word) { return m->cpu.gpr[Rt(word)]; }
+inline u32 LowS(const CVXMachine* m, u32 word) { return static_cast<u32>(RegS(m, word)); }
+inline u32 LowT(const CVXMachine* m, u32 word) { return static_cast<u32>(RegT(m, word)); }
 
 inline void SetRegister(CVXMachine* m, u32 index, u64 value) {
   if (index != 0) m->cpu.gpr[index] = value;
 }
-inline void SetD(CVXMachine* m, u32 word, u64 value) {
-  SetRegister(m, Rd(word), value);
-}
-inline void SetT(CVXMachine* m, u32 word, u64 value) {
-  SetRegister(m, Rt(word), value);
-}
-inline u64 ImmediateS64(u32 word) {
-  return static_cast<u64>(i64{SignedImmediate(word)});
-}
+inline void SetD(CVXMachine* m, u32 word, u64 value) { SetRegister(m, Rd(word), value); }
+inline void SetT(CVXMachine* m, u32 word, u64 value) { SetRegister(m, Rt(word), value); }
+inline u64 ImmediateS64(u32 word) { return static_cast<u64>(i64{SignedImmediate(word)}); }
 
 inline void ExecNothing(CVXMachine*, u32) {}
 
 // --- Add, subtract, logic, compare -------------------------------------------------------------
 
-inline void ExecAddu(CVXMachine* m, u32 w) {
-  SetD(m, w, SignExtend32(LowS(m, w) + LowT(m, w)));
-}
-inline void ExecSubu(CVXMachine* m, u32 w) {
-  SetD(m, w, SignExtend32(LowS(m, w) - LowT(m, w)));
-}
-inline void ExecDaddu(CVXMachine* m, u32 w) {
-  SetD(m, w, RegS(m, w) + RegT(m, w));
-}
-inline void ExecDsubu(CVXMachine* m, u32 w) {
-  SetD(m, w, RegS(m, w) - RegT(m, w));
-}
+inline void ExecAddu(CVXMachine* m, u32 w) { SetD(m, w, SignExtend32(LowS(m, w) + LowT(m, w))); }
+inline void ExecSubu(CVXMachine* m, u32 w) { SetD(m, w, SignExtend32(LowS(m, w) - LowT(m, w))); }
+inline void ExecDaddu(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) + RegT(m, w)); }
+inline void ExecDsubu(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) - RegT(m, w)); }
 inline void ExecAddiu(CVXMachine* m, u32 w) {
   SetT(m, w, SignExtend32(LowS(m, w) + static_cast<u32>(SignedImmediate(w))));
 }
-inline void ExecDaddiu(CVXMachine* m, u32 w) {
-  SetT(m, w, RegS(m, w) + ImmediateS64(w));
-}
+inline void ExecDaddiu(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) + ImmediateS64(w)); }
 
-inline void ExecAnd(CVXMachine* m, u32 w) {
-  SetD(m, w, RegS(m, w) & RegT(m, w));
-}
-inline void ExecOr(CVXMachine* m, u32 w) {
-  SetD(m, w, RegS(m, w) | RegT(m, w));
-}
-inline void ExecXor(CVXMachine* m, u32 w) {
-  SetD(m, w, RegS(m, w) ^ RegT(m, w));
-}
-inline void ExecNor(CVXMachine* m, u32 w) {
-  SetD(m, w, ~(RegS(m, w) | RegT(m, w)));
-}
-inline void ExecAndi(CVXMachine* m, u32 w) {
-  SetT(m, w, RegS(m, w) & UnsignedImmediate(w));
-}
-inline void ExecOri(CVXMachine* m, u32 w) {
-  SetT(m, w, RegS(m, w) | UnsignedImmediate(w));
-}
-inline void ExecXori(CVXMachine* m, u32 w) {
-  SetT(m, w, RegS(m, w) ^ UnsignedImmediate(w));
-}
-inline void ExecLui(CVXMachine* m, u32 w) {
-  SetT(m, w, SignExtend32(w << 16));
-}
+inline void ExecAnd(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) & RegT(m, w)); }
+inline void ExecOr(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) | RegT(m, w)); }
+inline void ExecXor(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) ^ RegT(m, w)); }
+inline void ExecNor(CVXMachine* m, u32 w) { SetD(m, w, ~(RegS(m, w) | RegT(m, w))); }
+inline void ExecAndi(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) & UnsignedImmediate(w)); }
+inline void ExecOri(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) | UnsignedImmediate(w)); }
+inline void ExecXori(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) ^ UnsignedImmediate(w)); }
+inline void ExecLui(CVXMachine* m, u32 w) { SetT(m, w, SignExtend32(w << 16)); }
 
 inline void ExecSlt(CVXMachine* m, u32 w) {
   SetD(m, w, static_cast<i64>(RegS(m, w)) < static_cast<i64>(RegT(m, w)));
 }
-inline void ExecSltu(CVXMachine* m, u32 w) {
-  SetD(m, w, RegS(m, w) < RegT(m, w));
-}
+inline void ExecSltu(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) < RegT(m, w)); }
 inline void ExecSlti(CVXMachine* m, u32 w) {
   SetT(m, w, static_cast<i64>(RegS(m, w)) < SignedImmediate(w));
 }
-inline void ExecSltiu(CVXMachine* m, u32 w) {
-  SetT(m, w, RegS(m, w) < ImmediateS64(w));
-}
+inline void ExecSltiu(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) < ImmediateS64(w)); }
 
 // --- Shifts ------------------------------------------------------------------------------------
 
-inline u64 ShiftLeft32(u32 value, u32 amount) {
-  return SignExtend32(value << amount);
-}
-inline u64 ShiftRight32(u32 value, u32 amount) {
-  return SignExtend32(value >> amount);
-}
+inline u64 ShiftLeft32(u32 value, u32 amount) { return SignExtend32(value << amount); }
+inline u64 ShiftRight32(u32 value, u32 amount) { return SignExtend32(value >> amount); }
 inline u64 ShiftArithmetic32(u32 value, u32 amount) {
   return static_cast<u64>(i64{static_cast<i32>(value) >> amount});
 }
@@ -118,48 +68,26 @@ inline u64 ShiftArithmetic64(u64 value, u32 amount) {
   return static_cast<u64>(static_cast<i64>(value) >> amount);
 }
 
-inline void ExecSll(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftLeft32(LowT(m, w), Sa(w)));
-}
-inline void ExecSrl(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftRight32(LowT(m, w), Sa(w)));
-}
-inline void ExecSra(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftArithmetic32(LowT(m, w), Sa(w)));
-}
-inline void ExecSllv(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftLeft32(LowT(m, w), LowS(m, w) & 31));
-}
+inline void ExecSll(CVXMachine* m, u32 w) { SetD(m, w, ShiftLeft32(LowT(m, w), Sa(w))); }
+inline void ExecSrl(CVXMachine* m, u32 w) { SetD(m, w, ShiftRight32(LowT(m, w), Sa(w))); }
+inline void ExecSra(CVXMachine* m, u32 w) { SetD(m, w, ShiftArithmetic32(LowT(m, w), Sa(w))); }
+inline void ExecSllv(CVXMachine* m, u32 w) { SetD(m, w, ShiftLeft32(LowT(m, w), LowS(m, w) & 31)); }
 inline void ExecSrlv(CVXMachine* m, u32 w) {
   SetD(m, w, ShiftRight32(LowT(m, w), LowS(m, w) & 31));
 }
 inline void ExecSrav(CVXMachine* m, u32 w) {
   SetD(m, w, ShiftArithmetic32(LowT(m, w), LowS(m, w) & 31));
 }
-inline void ExecDsll(CVXMachine* m, u32 w) {
-  SetD(m, w, RegT(m, w) << Sa(w));
-}
-inline void ExecDsrl(CVXMachine* m, u32 w) {
-  SetD(m, w, RegT(m, w) >> Sa(w));
-}
-inline void ExecDsra(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftArithmetic64(RegT(m, w), Sa(w)));
-}
-inline void ExecDsll32(CVXMachine* m, u32 w) {
-  SetD(m, w, RegT(m, w) << (Sa(w) + 32));
-}
-inline void ExecDsrl32(CVXMachine* m, u32 w) {
-  SetD(m, w, RegT(m, w) >> (Sa(w) + 32));
-}
+inline void ExecDsll(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) << Sa(w)); }
+inline void ExecDsrl(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) >> Sa(w)); }
+inline void ExecDsra(CVXMachine* m, u32 w) { SetD(m, w, ShiftArithmetic64(RegT(m, w), Sa(w))); }
+inline void ExecDsll32(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) << (Sa(w) + 32)); }
+inline void ExecDsrl32(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) >> (Sa(w) + 32)); }
 inline void ExecDsra32(CVXMachine* m, u32 w) {
   SetD(m, w, ShiftArithmetic64(RegT(m, w), Sa(w) + 32));
 }
-inline void ExecDsllv(CVXMachine* m, u32 w) {
-  SetD(m, w, RegT(m, w) << (LowS(m, w) & 63));
-}
-inline void ExecDsrlv(CVXMachine* m, u32 w) {
-  SetD(m, w, RegT(m, w) >> (LowS(m, w) & 63));
-}
+inline void ExecDsllv(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) << (LowS(m, w) & 63)); }
+inline void ExecDsrlv(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) >> (LowS(m, w) & 63)); }
 inline void ExecDsrav(CVXMachine* m, u32 w) {
   SetD(m, w, ShiftArithmetic64(RegT(m, w), LowS(m, w) & 63));
 }

@@ -15,9 +15,7 @@ namespace {
 
 constexpr u32 kPageWordMask = 0xFFC;
 
-u32 RecordIndexOf(const CVXMachine* m, u32 address) {
-  return FlatIndexOfVirtual(m, address) >> 2;
-}
+u32 RecordIndexOf(const CVXMachine* m, u32 address) { return FlatIndexOfVirtual(m, address) >> 2; }
 
 void ExecuteCounted(CVXMachine* m, u32 word) {
   ExecuteWord(m, word);
@@ -189,9 +187,7 @@ void RunNext(CVXMachine* m) {
   }
 }
 
-void Renumber(u32& mark, u32 elapsed) {
-  mark = std::max(mark, elapsed) - elapsed;
-}
+void Renumber(u32& mark, u32 elapsed) { mark = std::max(mark, elapsed) - elapsed; }
 
 }  // namespace
 

@@ -9,19 +9,11 @@ namespace {
 
 const SMachineTable* g_machineTable = nullptr;
 
-u32 GetComponentKind() noexcept {
-  return kComponentKind;
-}
-const char* GetAuthorName() noexcept {
-  return "The VX Board authors";
-}
-const char* GetDescription() noexcept {
-  return "VX machine component.";
-}
+u32 GetComponentKind() noexcept { return kComponentKind; }
+const char* GetAuthorName() noexcept { return "The VX Board authors"; }
+const char* GetDescription() noexcept { return "VX machine component."; }
 void ComponentIdle() noexcept {}
-const SMachineTable* GetMachineTable() noexcept {
-  return g_machineTable;
-}
+const SMachineTable* GetMachineTable() noexcept { return g_machineTable; }
 
 }  // namespace
 

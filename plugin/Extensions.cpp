@@ -46,9 +46,7 @@ void BuildExtensions() {
   Join(all, g_joined[kExtensionListCount]);
 }
 
-const wchar_t* JoinedExtensions(u32 list) {
-  return g_joined[list];
-}
+const wchar_t* JoinedExtensions(u32 list) { return g_joined[list]; }
 
 bool MatchesExtension(u32 list, const wchar_t* extension) {
   if (extension == nullptr || *extension == L'\0') return false;

@@ -86,9 +86,7 @@ void Shutdown() noexcept {
   ResetScriptHooks();
 }
 
-CQuillonMachineBase* CreateMachine() noexcept {
-  return new CVXMachine;
-}
+CQuillonMachineBase* CreateMachine() noexcept { return new CVXMachine; }
 
 void DestroyMachine(CQuillonMachineBase* machine) noexcept {
   constexpr u32 kFree = 1;
@@ -107,9 +105,7 @@ void GetInputBindings(SInputBinding* bindings) noexcept {
   if (bindings != nullptr) std::copy_n(kBindings, kInputBindingCount, bindings);
 }
 
-bool IsButtonIndexValid(u32 index) noexcept {
-  return index < kButtonCount;
-}
+bool IsButtonIndexValid(u32 index) noexcept { return index < kButtonCount; }
 u32 MapButtonIndex(u32 index) noexcept {
   return IsButtonIndexValid(index) ? kButtonOrder[index] : index;
 }
@@ -119,9 +115,7 @@ void GetScriptDefine(u32, char* name, char* value) noexcept {
   if (value != nullptr) std::strcpy(value, "1");
 }
 
-u32 AlwaysOne() noexcept {
-  return 1;
-}
+u32 AlwaysOne() noexcept { return 1; }
 
 void ScriptCall(CQuillonMachineBase* machine, u64 memoryBase, u64 function, u64 argument) noexcept {
   CallScriptFunction(static_cast<CVXMachine*>(machine), memoryBase, function, argument);

@@ -22,29 +22,13 @@ void CQuillonMachineBase::FilterDirections(u32* buttons, i8 keepBoth) noexcept {
   if ((*buttons & kSecondPair) == kSecondPair) *buttons &= ~0x80u;
 }
 
-u32 CQuillonMachineBase::TranslateButtons(i32) noexcept {
-  return 0;
-}
-u32 CQuillonMachineBase::MapIdentity(u32 value) noexcept {
-  return value;
-}
-u32 CQuillonMachineBase::GetConstant2() noexcept {
-  return 2;
-}
-u32 CQuillonMachineBase::GetConstant4() noexcept {
-  return 4;
-}
-u32 CQuillonMachineBase::GetConstant6() noexcept {
-  return 6;
-}
-bool CQuillonMachineBase::HasFeature25() noexcept {
-  return true;
-}
-bool CQuillonMachineBase::TranslateAddress(u64*) noexcept {
-  return true;
-}
-u64 CQuillonMachineBase::HashState() noexcept {
-  return 0;
-}
+u32 CQuillonMachineBase::TranslateButtons(i32) noexcept { return 0; }
+u32 CQuillonMachineBase::MapIdentity(u32 value) noexcept { return value; }
+u32 CQuillonMachineBase::GetConstant2() noexcept { return 2; }
+u32 CQuillonMachineBase::GetConstant4() noexcept { return 4; }
+u32 CQuillonMachineBase::GetConstant6() noexcept { return 6; }
+bool CQuillonMachineBase::HasFeature25() noexcept { return true; }
+bool CQuillonMachineBase::TranslateAddress(u64*) noexcept { return true; }
+u64 CQuillonMachineBase::HashState() noexcept { return 0; }
 
 }  // namespace vx

@@ -63,9 +63,7 @@ void CADSP::ProcessorReset() {
   state.sstat = kAllStacksEmpty;
 }
 
-u32 CADSP::Run(u32 cycles) {
-  return cycles;
-}
+u32 CADSP::Run(u32 cycles) { return cycles; }
 
 void CADSP::CutSlice() {
   if (state.cutCycles == 0) state.cutCycles = state.cycles + 1;

@@ -76,12 +76,12 @@ class CSoundBoard {
   static void OnIrqDrop(void* context, u64 userData, f64 time);
 
   // wiring
-  CADSP* m_processor = nullptr;
-  SRom m_rom;
-  u32 m_autobufferTickId = CEventQueue::kNoId;
-  u32 m_irqDropId = CEventQueue::kNoId;
-  u32 m_mainTickId = CEventQueue::kNoId;  // instances only
-  CEventQueue* m_queue = nullptr;
+  CADSP* processor_ = nullptr;
+  SRom rom_;
+  u32 autobufferTickId_ = CEventQueue::kNoId;
+  u32 irqDropId_ = CEventQueue::kNoId;
+  u32 mainTickId_ = CEventQueue::kNoId;  // instances only
+  CEventQueue* queue_ = nullptr;
 };
 
 }  // namespace vx

@@ -118,9 +118,7 @@ std::string Judge(const SIncludeRule& rule, const SInclude& include,
 
 }  // namespace
 
-std::span<const SIncludeRule> HouseIncludeRules() {
-  return kRules;
-}
+std::span<const SIncludeRule> HouseIncludeRules() { return kRules; }
 
 std::vector<SIncludeFault> FindIncludeFaults(const std::filesystem::path& root,
                                              std::span<const SIncludeRule> rules) {

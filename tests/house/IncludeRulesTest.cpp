@@ -57,9 +57,7 @@ struct SArrow {
   bool bAllowed;
 };
 
-void PrintTo(const SArrow& arrow, std::ostream* output) {
-  *output << arrow.name;
-}
+void PrintTo(const SArrow& arrow, std::ostream* output) { *output << arrow.name; }
 
 class Arrow : public testing::TestWithParam<SArrow> {};
 

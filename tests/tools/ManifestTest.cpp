@@ -77,9 +77,7 @@ struct SBadManifest {
   const char* sentence;
 };
 
-void PrintTo(const SBadManifest& bad, std::ostream* output) {
-  *output << bad.name;
-}
+void PrintTo(const SBadManifest& bad, std::ostream* output) { *output << bad.name; }
 
 class BadManifest : public testing::TestWithParam<SBadManifest> {};
 

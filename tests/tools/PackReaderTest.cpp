@@ -33,9 +33,7 @@ TEST(PackReader, GivesBackWhatWasPacked) {
   EXPECT_EQ(reader.DiskBytes(), SSamplePack::kDiskBytes);
 }
 
-TEST(PackReader, VerifiesAWholePack) {
-  EXPECT_NO_THROW(VerifyBytes(GetSamplePack().bytes));
-}
+TEST(PackReader, VerifiesAWholePack) { EXPECT_NO_THROW(VerifyBytes(GetSamplePack().bytes)); }
 
 TEST(PackReader, ReportsProgressUpToTheWholeDisk) {
   const CMemorySource source("p", GetSamplePack().bytes);
@@ -73,9 +71,7 @@ struct SBadField {
   const char* sentence;
 };
 
-void PrintTo(const SBadField& bad, std::ostream* output) {
-  *output << bad.name;
-}
+void PrintTo(const SBadField& bad, std::ostream* output) { *output << bad.name; }
 
 class BadField : public testing::TestWithParam<SBadField> {};
 

@@ -7,9 +7,7 @@
 namespace vx::test {
 namespace {
 
-SToolRun Vxpack(const std::vector<std::string>& arguments) {
-  return RunTool(VX_VXPACK, arguments);
-}
+SToolRun Vxpack(const std::vector<std::string>& arguments) { return RunTool(VX_VXPACK, arguments); }
 
 std::string WriteSamplePack(const CTestFolder& folder) {
   return folder.Write("a.qilhard", GetSamplePack().bytes).string();

@@ -38,9 +38,7 @@ u64 GetNumber(const std::vector<u8>& bytes, std::size_t offset, u32 width);
 void SetNumber(std::vector<u8>& bytes, std::size_t offset, u32 width, u64 value);
 
 // Where the format places the entries.
-constexpr std::size_t EntryOffset(u32 index) {
-  return 32 + std::size_t{index} * 64;
-}
+constexpr std::size_t EntryOffset(u32 index) { return 32 + std::size_t{index} * 64; }
 inline constexpr std::size_t kDiskOffset = EntryOffset(9);
 
 }  // namespace vx::test

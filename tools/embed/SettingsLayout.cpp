@@ -47,13 +47,9 @@ constexpr SItem kScreenItems[] = {
 
 constexpr const char* kLineEnd = "\r\n";
 
-std::string Indent(std::size_t level) {
-  return std::string(level, ' ');
-}
+std::string Indent(std::size_t level) { return std::string(level, ' '); }
 
-std::string Quoted(const char* text) {
-  return std::string("\"") + text + "\"";
-}
+std::string Quoted(const char* text) { return std::string("\"") + text + "\""; }
 
 // Opens an object at a level, with its type as the first field and no line end behind it.
 std::string OpenObject(std::size_t level, const char* itemType) {
@@ -64,9 +60,7 @@ std::string NextField(std::size_t level, const char* name, const std::string& va
   return std::string(",") + kLineEnd + Indent(level + 1) + Quoted(name) + ": " + value;
 }
 
-std::string CloseObject(std::size_t level) {
-  return kLineEnd + Indent(level) + "}";
-}
+std::string CloseObject(std::size_t level) { return kLineEnd + Indent(level) + "}"; }
 
 std::string MakePreference(const SItem& item, std::size_t level) {
   std::string text = OpenObject(level, "UserPref") +

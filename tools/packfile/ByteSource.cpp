@@ -34,31 +34,31 @@ u64 MeasureFile(const std::filesystem::path& path) {
 
 void CByteSource::Read(u64 offset, std::span<u8> target) const {
   if (!Holds(offset, target.size())) {
-    throw CToolError(EExitCode::BadFile, m_name + " ends at byte " + std::to_string(m_sizeBytes) +
+    throw CToolError(EExitCode::BadFile, name_ + " ends at byte " + std::to_string(sizeBytes_) +
                                              ", before the " + std::to_string(target.size()) +
                                              " bytes wanted at " + std::to_string(offset) + ".");
   }
   if (!target.empty() && !ReadWithin(offset, target)) {
-    throw CToolError(EExitCode::BadFile, m_name + " cannot be read at byte " +
+    throw CToolError(EExitCode::BadFile, name_ + " cannot be read at byte " +
                                              std::to_string(offset) + "; it may have changed.");
   }
 }
 
 CFileSource::CFileSource(const std::filesystem::path& path)
-    : CByteSource(path.string(), MeasureFile(path)), m_file(std::fopen(path.c_str(), "rb")) {
-  if (!m_file) {
+    : CByteSource(path.string(), MeasureFile(path)), file_(std::fopen(path.c_str(), "rb")) {
+  if (!file_) {
     throw CToolError(EExitCode::BadFile,
                      path.string() + " cannot be opened: " + std::strerror(errno) + ".");
   }
 }
 
 bool CFileSource::ReadWithin(u64 offset, std::span<u8> target) const {
-  if (fseeko(m_file.get(), static_cast<off_t>(offset), SEEK_SET) != 0) return false;
-  return std::fread(target.data(), 1, target.size(), m_file.get()) == target.size();
+  if (fseeko(file_.get(), static_cast<off_t>(offset), SEEK_SET) != 0) return false;
+  return std::fread(target.data(), 1, target.size(), file_.get()) == target.size();
 }
 
 bool CMemorySource::ReadWithin(u64 offset, std::span<u8> target) const {
-  std::memcpy(target.data(), m_bytes.data() + offset, target.size());
+  std::memcpy(target.data(), bytes_.data() + offset, target.size());
   return true;
 }
 

@@ -16,13 +16,13 @@ class CByteSource {
  public:
   virtual ~CByteSource() = default;
 
-  u64 SizeBytes() const { return m_sizeBytes; }
+  u64 SizeBytes() const { return sizeBytes_; }
   // What messages call this source: the file's name.
-  const std::string& Name() const { return m_name; }
+  const std::string& Name() const { return name_; }
 
   // Whether an area lies within the source.
   bool Holds(u64 offset, u64 bytes) const {
-    return offset <= m_sizeBytes && bytes <= m_sizeBytes - offset;
+    return offset <= sizeBytes_ && bytes <= sizeBytes_ - offset;
   }
 
   // Fills the target from `offset` on. Throws CToolError (BadFile) if the area is not there or the
@@ -30,13 +30,13 @@ class CByteSource {
   void Read(u64 offset, std::span<u8> target) const;
 
  protected:
-  CByteSource(std::string name, u64 sizeBytes) : m_name(std::move(name)), m_sizeBytes(sizeBytes) {}
+  CByteSource(std::string name, u64 sizeBytes) : name_(std::move(name)), sizeBytes_(sizeBytes) {}
   // Reads an area that lies within the source; false if the system fails.
   virtual bool ReadWithin(u64 offset, std::span<u8> target) const = 0;
 
  private:
-  std::string m_name;
-  u64 m_sizeBytes;
+  std::string name_;
+  u64 sizeBytes_;
 };
 
 // A regular file. Throws CToolError (BadFile) if there is none to open.
@@ -51,19 +51,19 @@ class CFileSource final : public CByteSource {
 
   bool ReadWithin(u64 offset, std::span<u8> target) const override;
 
-  std::unique_ptr<std::FILE, SFileCloser> m_file;
+  std::unique_ptr<std::FILE, SFileCloser> file_;
 };
 
 // Bytes that the caller keeps alive.
 class CMemorySource final : public CByteSource {
  public:
   CMemorySource(std::string name, std::span<const u8> bytes)
-      : CByteSource(std::move(name), bytes.size()), m_bytes(bytes) {}
+      : CByteSource(std::move(name), bytes.size()), bytes_(bytes) {}
 
  private:
   bool ReadWithin(u64 offset, std::span<u8> target) const override;
 
-  std::span<const u8> m_bytes;
+  std::span<const u8> bytes_;
 };
 
 }  // namespace vx

@@ -27,7 +27,7 @@ class CEntryHash {
   struct SStateFreer {
     void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
   };
-  std::unique_ptr<XXH3_state_t, SStateFreer> m_state;
+  std::unique_ptr<XXH3_state_t, SStateFreer> state_;
 };
 
 }  // namespace vx

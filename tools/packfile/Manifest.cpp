@@ -51,7 +51,7 @@ std::string Trim(const std::string& text) {
 // Collects the lines of one manifest and answers for its keys.
 class CManifestText {
  public:
-  CManifestText(std::istream& text, const std::string& name) : m_name(name) {
+  CManifestText(std::istream& text, const std::string& name) : name_(name) {
     std::string line;
     for (u32 number = 1; std::getline(text, line); ++number) {
       if (number == 1 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
@@ -61,12 +61,12 @@ class CManifestText {
 
   [[noreturn]] void Fail(u32 line, const std::string& what) const {
     const std::string place = line != 0 ? ":" + std::to_string(line) : std::string();
-    throw CToolError(EExitCode::BadInput, m_name + place + ": " + what + ".");
+    throw CToolError(EExitCode::BadInput, name_ + place + ": " + what + ".");
   }
 
   const SValue* Find(const std::string& key) const {
-    const auto it = m_values.find(key);
-    return it != m_values.end() ? &it->second : nullptr;
+    const auto it = values_.find(key);
+    return it != values_.end() ? &it->second : nullptr;
   }
 
   const SValue& Need(const std::string& key, const std::string& meaning) const {
@@ -130,14 +130,14 @@ class CManifestText {
     const std::string value = ReadValue(text.substr(equals + 1), number);
     if (value.empty()) Fail(number, key + " has no value");
     if (value.find('\0') != std::string::npos) Fail(number, key + " holds a zero byte");
-    const auto [it, bNew] = m_values.try_emplace(key, SValue{value, number});
+    const auto [it, bNew] = values_.try_emplace(key, SValue{value, number});
     if (!bNew) {
       Fail(number, key + " stands already in line " + std::to_string(it->second.line));
     }
   }
 
-  std::string m_name;
-  std::map<std::string, SValue> m_values;
+  std::string name_;
+  std::map<std::string, SValue> values_;
 };
 
 u64 ReadIdentity(const CManifestText& text) {

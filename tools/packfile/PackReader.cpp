@@ -18,9 +18,7 @@ std::string Hex(u64 value) {
   return text;
 }
 
-std::string Text(u64 value) {
-  return std::to_string(value);
-}
+std::string Text(u64 value) { return std::to_string(value); }
 
 std::string Found(const std::string& what, const std::string& found, const std::string& expected) {
   return what + ": found " + found + ", expected " + expected;
@@ -46,25 +44,25 @@ u64 PackHash(const SPackDirectory& directory) {
   return directory.roms[0].hash ^ SoundRomHash(directory) ^ directory.disk.hash;
 }
 
-CPackReader::CPackReader(const CByteSource& source) : m_source(source) {
+CPackReader::CPackReader(const CByteSource& source) : source_(source) {
   if (source.SizeBytes() < sizeof(SPackHeader)) {
     Refuse("this is no pack: found " + Text(source.SizeBytes()) +
            " bytes, expected at least a header of " + Text(sizeof(SPackHeader)));
   }
-  source.Read(0, {reinterpret_cast<u8*>(&m_directory.header), sizeof(SPackHeader)});
+  source.Read(0, {reinterpret_cast<u8*>(&directory_.header), sizeof(SPackHeader)});
   CheckHeader();
-  source.Read(0, {reinterpret_cast<u8*>(&m_directory), sizeof m_directory});
+  source.Read(0, {reinterpret_cast<u8*>(&directory_), sizeof directory_});
   for (u32 i = 0; i < kPackRomCount; ++i) CheckRomEntry(i);
   CheckDiskEntry();
   ReadSizeTable();
 }
 
 void CPackReader::Refuse(const std::string& what) const {
-  throw CToolError(EExitCode::BadPack, m_source.Name() + ": " + what + ".");
+  throw CToolError(EExitCode::BadPack, source_.Name() + ": " + what + ".");
 }
 
 void CPackReader::CheckHeader() const {
-  const SPackHeader& header = m_directory.header;
+  const SPackHeader& header = directory_.header;
   if (header.magic != kPackMagic) {
     Refuse(Found("this is no pack; its magic number", Hex(header.magic), Hex(kPackMagic)));
   }
@@ -78,14 +76,14 @@ void CPackReader::CheckHeader() const {
     Refuse(Found("the identity", Hex(header.identity),
                  Hex(kPackIdentityA) + " or " + Hex(kPackIdentityB)));
   }
-  if (m_source.SizeBytes() <= sizeof(SPackDirectory)) {
-    Refuse(Found("the file is cut off in its entries", Text(m_source.SizeBytes()) + " bytes",
+  if (source_.SizeBytes() <= sizeof(SPackDirectory)) {
+    Refuse(Found("the file is cut off in its entries", Text(source_.SizeBytes()) + " bytes",
                  "more than " + Text(sizeof(SPackDirectory))));
   }
 }
 
 void CPackReader::CheckRomEntry(u32 index) const {
-  const SRomEntry& rom = m_directory.roms[index];
+  const SRomEntry& rom = directory_.roms[index];
   const std::string name = RomName(index);
   if (rom.storedBytes == 0) {
     Refuse(Found(name + ", stored size", "0 bytes", "a zlib stream"));
@@ -97,16 +95,16 @@ void CPackReader::CheckRomEntry(u32 index) const {
     Refuse(Found(name + ", inflated size", Text(rom.inflatedBytes) + " bytes",
                  "at most " + Text(kMaxRomBytes)));
   }
-  if (rom.dataOffset < sizeof(SPackDirectory) || !m_source.Holds(rom.dataOffset, rom.storedBytes)) {
+  if (rom.dataOffset < sizeof(SPackDirectory) || !source_.Holds(rom.dataOffset, rom.storedBytes)) {
     Refuse(Found(name + ", place of its data",
                  Text(rom.storedBytes) + " bytes at " + Text(rom.dataOffset),
                  "an area between byte " + Text(sizeof(SPackDirectory)) +
-                     " and the end of the file at " + Text(m_source.SizeBytes())));
+                     " and the end of the file at " + Text(source_.SizeBytes())));
   }
 }
 
 void CPackReader::CheckDiskEntry() const {
-  const SDiskEntry& disk = m_directory.disk;
+  const SDiskEntry& disk = directory_.disk;
   if (disk.sizeTableOffset == 0) {
     Refuse(Found("the disk, place of the chunk size table", "0", "an offset"));
   }
@@ -143,53 +141,53 @@ void CPackReader::CheckDiskEntry() const {
 }
 
 void CPackReader::ReadSizeTable() {
-  const SDiskEntry& disk = m_directory.disk;
+  const SDiskEntry& disk = directory_.disk;
   const u64 tableBytes = u64{disk.chunkCount} * sizeof(u16);
   if (disk.sizeTableOffset < sizeof(SPackDirectory) ||
-      !m_source.Holds(disk.sizeTableOffset, tableBytes)) {
+      !source_.Holds(disk.sizeTableOffset, tableBytes)) {
     Refuse(Found("the disk, place of the chunk size table",
                  Text(tableBytes) + " bytes at " + Text(disk.sizeTableOffset),
                  "an area between byte " + Text(sizeof(SPackDirectory)) +
-                     " and the end of the file at " + Text(m_source.SizeBytes())));
+                     " and the end of the file at " + Text(source_.SizeBytes())));
   }
-  m_storedChunkBytes.resize(disk.chunkCount);
-  m_source.Read(disk.sizeTableOffset,
-                {reinterpret_cast<u8*>(m_storedChunkBytes.data()), std::size_t{tableBytes}});
-  m_chunkOffsets.resize(disk.chunkCount);
+  storedChunkBytes_.resize(disk.chunkCount);
+  source_.Read(disk.sizeTableOffset,
+                {reinterpret_cast<u8*>(storedChunkBytes_.data()), std::size_t{tableBytes}});
+  chunkOffsets_.resize(disk.chunkCount);
   u64 offset = disk.firstChunkOffset;
   for (u32 chunk = 0; chunk < disk.chunkCount; ++chunk) {
     const u64 storedBytes =
-        m_storedChunkBytes[chunk] != 0 ? m_storedChunkBytes[chunk] : u64{disk.chunkBytes};
-    if (offset < sizeof(SPackDirectory) || !m_source.Holds(offset, storedBytes)) {
+        storedChunkBytes_[chunk] != 0 ? storedChunkBytes_[chunk] : u64{disk.chunkBytes};
+    if (offset < sizeof(SPackDirectory) || !source_.Holds(offset, storedBytes)) {
       Refuse(Found(ChunkName(chunk, disk.chunkCount) + ", place of its data",
                    Text(storedBytes) + " bytes at " + Text(offset),
                    "an area between byte " + Text(sizeof(SPackDirectory)) +
-                       " and the end of the file at " + Text(m_source.SizeBytes())));
+                       " and the end of the file at " + Text(source_.SizeBytes())));
     }
-    m_chunkOffsets[chunk] = offset;
+    chunkOffsets_[chunk] = offset;
     offset += storedBytes;
   }
 }
 
 u64 CPackReader::DiskBytes() const {
-  return u64{m_directory.disk.sectorCount} * m_directory.disk.sectorBytes;
+  return u64{directory_.disk.sectorCount} * directory_.disk.sectorBytes;
 }
 
 u32 CPackReader::RawChunkCount() const {
-  return static_cast<u32>(std::count(m_storedChunkBytes.begin(), m_storedChunkBytes.end(), u16{0}));
+  return static_cast<u32>(std::count(storedChunkBytes_.begin(), storedChunkBytes_.end(), u16{0}));
 }
 
 u64 CPackReader::StoredDiskBytes() const {
-  u64 bytes = u64{RawChunkCount()} * m_directory.disk.chunkBytes;
-  for (const u16 stored : m_storedChunkBytes) bytes += stored;
+  u64 bytes = u64{RawChunkCount()} * directory_.disk.chunkBytes;
+  for (const u16 stored : storedChunkBytes_) bytes += stored;
   return bytes;
 }
 
 std::vector<u8> CPackReader::ReadRom(u32 index) const {
-  const SRomEntry& rom = m_directory.roms[index];
+  const SRomEntry& rom = directory_.roms[index];
   std::vector<u8> bytes;
   bytes.reserve(rom.inflatedBytes);
-  const std::string fault = InflateStored(m_source, rom.dataOffset, rom.storedBytes,
+  const std::string fault = InflateStored(source_, rom.dataOffset, rom.storedBytes,
                                           rom.inflatedBytes, [&bytes](std::span<const u8> piece) {
                                             bytes.insert(bytes.end(), piece.begin(), piece.end());
                                           });
@@ -199,11 +197,11 @@ std::vector<u8> CPackReader::ReadRom(u32 index) const {
 
 void CPackReader::DecodeChunk(u32 chunk,
                               const std::function<void(std::span<const u8>)>& take) const {
-  const SDiskEntry& disk = m_directory.disk;
-  const u64 offset = m_chunkOffsets[chunk];
-  if (m_storedChunkBytes[chunk] != 0) {
+  const SDiskEntry& disk = directory_.disk;
+  const u64 offset = chunkOffsets_[chunk];
+  if (storedChunkBytes_[chunk] != 0) {
     const std::string fault =
-        InflateStored(m_source, offset, m_storedChunkBytes[chunk], disk.chunkBytes, take);
+        InflateStored(source_, offset, storedChunkBytes_[chunk], disk.chunkBytes, take);
     if (!fault.empty()) {
       Refuse(ChunkName(chunk, disk.chunkCount) + " at byte " + Text(offset) + ": " + fault);
     }
@@ -212,7 +210,7 @@ void CPackReader::DecodeChunk(u32 chunk,
   std::vector<u8> piece(static_cast<std::size_t>(std::min(u64{disk.chunkBytes}, kPieceBytes)));
   for (u64 done = 0; done < disk.chunkBytes;) {
     piece.resize(static_cast<std::size_t>(std::min(disk.chunkBytes - done, kPieceBytes)));
-    m_source.Read(offset + done, piece);
+    source_.Read(offset + done, piece);
     take(piece);
     done += piece.size();
   }
@@ -221,7 +219,7 @@ void CPackReader::DecodeChunk(u32 chunk,
 void CPackReader::ReadDisk(const std::function<void(std::span<const u8>)>& take,
                            const ReportProgress& report) const {
   u64 leftBytes = DiskBytes();
-  for (u32 chunk = 0; chunk < m_directory.disk.chunkCount; ++chunk) {
+  for (u32 chunk = 0; chunk < directory_.disk.chunkCount; ++chunk) {
     DecodeChunk(chunk, [&](std::span<const u8> piece) {
       const u64 wantedBytes = std::min<u64>(piece.size(), leftBytes);
       take(piece.first(static_cast<std::size_t>(wantedBytes)));
@@ -235,14 +233,14 @@ void CPackReader::Verify(const ReportProgress& report) const {
   for (u32 i = 0; i < kPackRomCount; ++i) {
     CEntryHash hash;
     hash.Add(ReadRom(i));
-    if (hash.RomHash() != m_directory.roms[i].hash) {
+    if (hash.RomHash() != directory_.roms[i].hash) {
       Refuse(Found(RomName(i) + ", hash of its data", Hex(hash.RomHash()),
-                   Hex(m_directory.roms[i].hash) + " as its entry says"));
+                   Hex(directory_.roms[i].hash) + " as its entry says"));
     }
   }
   CEntryHash hash;
   ReadDisk([&hash](std::span<const u8> piece) { hash.Add(piece); }, report);
-  const SDiskEntry& disk = m_directory.disk;
+  const SDiskEntry& disk = directory_.disk;
   if (hash.DiskHash(disk) != disk.hash) {
     Refuse(Found("the disk, hash of its data and geometry", Hex(hash.DiskHash(disk)),
                  Hex(disk.hash) + " as its entry says"));

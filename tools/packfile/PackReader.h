@@ -30,7 +30,7 @@ class CPackReader {
   // Reads header, entries and chunk size table. The source must outlive the reader.
   explicit CPackReader(const CByteSource& source);
 
-  const SPackDirectory& Directory() const { return m_directory; }
+  const SPackDirectory& Directory() const { return directory_; }
   u64 DiskBytes() const;  // as the guest sees it
   u32 RawChunkCount() const;
   u64 StoredDiskBytes() const;  // of all chunks
@@ -51,10 +51,10 @@ class CPackReader {
   void ReadSizeTable();
   void DecodeChunk(u32 chunk, const std::function<void(std::span<const u8>)>& take) const;
 
-  const CByteSource& m_source;
-  SPackDirectory m_directory = {};
-  std::vector<u16> m_storedChunkBytes;  // the table of the file: 0 for a raw chunk
-  std::vector<u64> m_chunkOffsets;
+  const CByteSource& source_;
+  SPackDirectory directory_ = {};
+  std::vector<u16> storedChunkBytes_;  // the table of the file: 0 for a raw chunk
+  std::vector<u64> chunkOffsets_;
 };
 
 }  // namespace vx

@@ -39,58 +39,58 @@ mode_t PermissionsOfNewFiles() {
 }  // namespace
 
 CPendingFile::CPendingFile(const std::filesystem::path& target)
-    : m_target(target), m_temporaryName(target.string() + ".XXXXXX") {
-  if (m_temporaryName.size() >= sizeof g_unfinishedName) {
-    m_temporaryName.clear();
+    : target_(target), temporaryName_(target.string() + ".XXXXXX") {
+  if (temporaryName_.size() >= sizeof g_unfinishedName) {
+    temporaryName_.clear();
     errno = ENAMETOOLONG;
     Fail("written");
   }
   std::error_code ignored;
-  if (std::filesystem::is_directory(m_target, ignored)) {
+  if (std::filesystem::is_directory(target_, ignored)) {
     errno = EISDIR;
     Fail("written");
   }
-  const int descriptor = mkstemp(m_temporaryName.data());
+  const int descriptor = mkstemp(temporaryName_.data());
   if (descriptor < 0) Fail("written");
-  std::memcpy(g_unfinishedName, m_temporaryName.c_str(), m_temporaryName.size() + 1);
+  std::memcpy(g_unfinishedName, temporaryName_.c_str(), temporaryName_.size() + 1);
   WatchSignals();
   fchmod(descriptor, PermissionsOfNewFiles());
-  m_file = fdopen(descriptor, "wb");
-  if (!m_file) {
+  file_ = fdopen(descriptor, "wb");
+  if (!file_) {
     close(descriptor);
-    unlink(m_temporaryName.c_str());
+    unlink(temporaryName_.c_str());
     Fail("written");
   }
 }
 
 CPendingFile::~CPendingFile() {
-  if (!m_file) return;
-  std::fclose(m_file);
-  unlink(m_temporaryName.c_str());
+  if (!file_) return;
+  std::fclose(file_);
+  unlink(temporaryName_.c_str());
   g_unfinishedName[0] = '\0';
 }
 
 void CPendingFile::Write(std::span<const u8> bytes) {
-  if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) != bytes.size()) Fail("written");
-  m_position += bytes.size();
+  if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) Fail("written");
+  position_ += bytes.size();
 }
 
 void CPendingFile::Seek(u64 offset) {
-  if (fseeko(m_file, static_cast<off_t>(offset), SEEK_SET) != 0) Fail("written");
-  m_position = offset;
+  if (fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0) Fail("written");
+  position_ = offset;
 }
 
 void CPendingFile::Commit() {
-  if (std::fflush(m_file) != 0) Fail("written");
-  if (std::rename(m_temporaryName.c_str(), m_target.c_str()) != 0) Fail("replaced");
+  if (std::fflush(file_) != 0) Fail("written");
+  if (std::rename(temporaryName_.c_str(), target_.c_str()) != 0) Fail("replaced");
   g_unfinishedName[0] = '\0';
-  std::fclose(m_file);
-  m_file = nullptr;
+  std::fclose(file_);
+  file_ = nullptr;
 }
 
 void CPendingFile::Fail(const char* what) const {
   throw CToolError(EExitCode::BadFile,
-                   m_target.string() + " cannot be " + what + ": " + std::strerror(errno) + ".");
+                   target_.string() + " cannot be " + what + ": " + std::strerror(errno) + ".");
 }
 
 }  // namespace vx

@@ -25,17 +25,17 @@ class CPendingFile {
   void Write(std::span<const u8> bytes);
   // Moves the position, within or behind what was written.
   void Seek(u64 offset);
-  u64 Position() const { return m_position; }
+  u64 Position() const { return position_; }
   // Makes the file appear under its name.
   void Commit();
 
  private:
   [[noreturn]] void Fail(const char* what) const;
 
-  std::filesystem::path m_target;
-  std::string m_temporaryName;
-  std::FILE* m_file = nullptr;
-  u64 m_position = 0;
+  std::filesystem::path target_;
+  std::string temporaryName_;
+  std::FILE* file_ = nullptr;
+  u64 position_ = 0;
 };
 
 }  // namespace vx

@@ -16,12 +16,12 @@ enum class EExitCode : int {
 class CToolError : public std::runtime_error {
  public:
   CToolError(EExitCode exitCode, const std::string& sentence)
-      : std::runtime_error(sentence), m_exitCode(exitCode) {}
+      : std::runtime_error(sentence), exitCode_(exitCode) {}
 
-  EExitCode ExitCode() const { return m_exitCode; }
+  EExitCode ExitCode() const { return exitCode_; }
 
  private:
-  EExitCode m_exitCode;
+  EExitCode exitCode_;
 };
 
 }  // namespace vx

@@ -17,9 +17,9 @@ class CProgressBar {
   void Show(u64 done, u64 total);
 
  private:
-  std::string m_label;
-  bool m_bTerminal;
-  int m_shownPercent = -1;
+  std::string label_;
+  bool bTerminal_;
+  int shownPercent_ = -1;
 };
 
 }  // namespace vx
