@@ -1,0 +1,155 @@
+#include "host/HostServices.h"
+
+#include <xxhash.h>
+#include <algorithm>
+#include <chrono>
+#include <cstdarg>
+#include <cstring>
+
+#include "host/Folders.h"
+#include "host/Inflate.h"
+#include "host/Text.h"
+
+namespace vx {
+
+namespace {
+
+constexpr u64 kPictureBytes = u64{320} * 240 * 4;
+constexpr u32 kSpatialBlockSamples = 512;
+
+const wchar_t* GetCachePath() { return CHostServices::Get().CachePath(); }
+
+void Log(i32 level, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  CHostServices::Get().Log().Write(level, format, arguments);
+  va_end(arguments);
+}
+
+void Inflate(void* target, const void* source, u32 targetBytes, u32 sourceBytes, u32 /*flag*/) {
+  const SInflateResult result = InflateBlock(target, targetBytes, source, sourceBytes);
+  if (result.bExact) return;
+  CHostServices::Get().RecordInflateFailure({sourceBytes, targetBytes, result.producedBytes});
+}
+
+void DecompressTable(void* target, const void* source, u32 targetBytes, u32 sourceBytes, u32, u32,
+                     u32) {
+  const u32 bytes = std::min(targetBytes, sourceBytes);
+  if (bytes != 0 && target != nullptr && source != nullptr) std::memcpy(target, source, bytes);
+}
+
+u64 HashData(const void* data, u64 bytes) { return XXH3_64bits(data, bytes); }
+
+u64 HashDataMore(const void* data, u64 bytes, u64 previous) {
+  return XXH3_64bits_withSeed(data, bytes, previous);
+}
+
+f64 GetClockMs() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<f64, std::milli>(now).count();
+}
+
+void* AcquireFrameBuffer(u64 /*frameSequence*/, u32 width, u32 height, u32 bytesPerPixel,
+                         bool /*bSpeculative*/) {
+  return CHostServices::Get().FrameBuffers().Acquire(width, height, bytesPerPixel);
+}
+
+bool IsConfigLocked() { return false; }
+
+// The spatial mixer is off. A source's handle must not be null, so all share one.
+u8 spatialHandle;
+
+i32 SpatialGetMode(u32, u32, u32) { return 0; }
+u32 SpatialGetBlockSize() { return kSpatialBlockSamples; }
+bool SpatialIsEnabled() { return false; }
+void SpatialGetListener(f32* position, f32* velocity, f32* forward, f32* up) {
+  constexpr f32 kOrigin[3] = {0.0f, 0.0f, 0.0f};
+  constexpr f32 kForward[3] = {0.0f, 0.0f, 1.0f};
+  constexpr f32 kUp[3] = {0.0f, 1.0f, 0.0f};
+  const auto put = [](f32* target, const f32(&value)[3]) {
+    if (target != nullptr) std::memcpy(target, value, sizeof(value));
+  };
+  put(position, kOrigin);
+  put(velocity, kOrigin);
+  put(forward, kForward);
+  put(up, kUp);
+}
+void* SpatialCreateSource() { return &spatialHandle; }
+void SpatialDestroySource(void*) {}
+void SpatialPlaceSource(void*, const f32*, f32, f32, i32) {}
+void SpatialRender(void*, void* outputField, void*, const void*, u32) {
+  const u32 tailValues = 0;
+  if (outputField != nullptr) std::memcpy(outputField, &tailValues, sizeof(tailValues));
+}
+
+// No script engine: whatever was interrupted goes on.
+i32 InvokeDspHook(CQuillonMachineBase*, bool, u32, u32) { return 1; }
+i32 InvokeMipsHook(CQuillonMachineBase*, bool, u32, u32, u32) { return 1; }
+
+}  // namespace
+
+CHostServices& CHostServices::Get() {
+  static CHostServices services;
+  return services;
+}
+
+CHostServices::CHostServices() : frameBuffers_(kPictureBytes) {
+  api_.GetCachePath = GetCachePath;
+  api_.Log = vx::Log;
+  api_.Inflate = Inflate;
+  api_.DecompressTable = DecompressTable;
+  api_.HashData = HashData;
+  api_.HashDataMore = HashDataMore;
+  api_.GetClockMs = GetClockMs;
+  api_.AcquireFrameBuffer = AcquireFrameBuffer;
+  api_.IsConfigLocked = IsConfigLocked;
+  api_.SpatialGetMode = SpatialGetMode;
+  api_.SpatialGetBlockSize = SpatialGetBlockSize;
+  api_.SpatialIsEnabled = SpatialIsEnabled;
+  api_.SpatialGetListener = SpatialGetListener;
+  api_.SpatialCreateSource = SpatialCreateSource;
+  api_.SpatialDestroySource = SpatialDestroySource;
+  api_.SpatialPlaceSource = SpatialPlaceSource;
+  api_.SpatialRender = SpatialRender;
+  api_.InvokeDspHook = InvokeDspHook;
+  api_.InvokeMipsHook = InvokeMipsHook;
+  SetCacheFolder(DefaultCacheFolder());
+}
+
+void CHostServices::SetCacheFolder(std::string folder) {
+  if (folder.empty() || folder.back() != '/') folder.push_back('/');
+  const std::lock_guard lock(mutex_);
+  cacheFolder_ = std::move(folder);
+  cacheFolderWide_ = ToWide(cacheFolder_);
+  bCacheFolderMade_ = false;
+}
+
+const wchar_t* CHostServices::CachePath() noexcept {
+  const std::lock_guard lock(mutex_);
+  if (!bCacheFolderMade_) {
+    bCacheFolderMade_ = true;  // one attempt: without the folder nothing is kept between runs
+    EnsureFolder(cacheFolder_);
+  }
+  return cacheFolderWide_.c_str();
+}
+
+std::optional<SInflateFailure> CHostServices::FirstInflateFailure() {
+  const std::lock_guard lock(mutex_);
+  return firstFailure_;
+}
+
+void CHostServices::RecordInflateFailure(const SInflateFailure& failure) noexcept {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!firstFailure_) firstFailure_ = failure;
+  }
+  inflateFailures_.fetch_add(1, std::memory_order_release);
+}
+
+void CHostServices::ClearInflateFailures() {
+  const std::lock_guard lock(mutex_);
+  firstFailure_.reset();
+  inflateFailures_.store(0, std::memory_order_release);
+}
+
+}  // namespace vx

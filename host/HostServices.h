@@ -1,0 +1,64 @@
+// The services that the component asks of its host, as the table that crosses the boundary.
+//
+// The functions of the table carry no context, so their state is one per process. Everything here
+// may be called from any thread: the component's disk reader and workers do.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "host/ComponentLog.h"
+#include "host/FrameBufferRing.h"
+#include "plugin/Quillon.h"
+
+namespace vx {
+
+// A block that did not unpack to exactly what the component expected of it.
+struct SInflateFailure {
+  u32 storedBytes;
+  u32 expectedBytes;
+  u32 producedBytes;
+};
+
+class CHostServices {
+ public:
+  static CHostServices& Get();
+
+  // The filled table; it lives as long as the process.
+  const SHostApi* Api() const { return &api_; }
+
+  CComponentLog& Log() { return log_; }
+  CFrameBufferRing& FrameBuffers() { return frameBuffers_; }
+
+  // The folder that GetCachePath names, without which the default holds. Before the component is
+  // loaded only. A closing "/" is added where it is missing.
+  void SetCacheFolder(std::string folder);
+  // Makes the folder on first use and answers its wide path, which stays valid. Null never.
+  const wchar_t* CachePath() noexcept;
+
+  // Damaged data shows only here: the component does not look at the result of an inflate.
+  u64 InflateFailureCount() const { return inflateFailures_.load(std::memory_order_acquire); }
+  std::optional<SInflateFailure> FirstInflateFailure();
+  void RecordInflateFailure(const SInflateFailure& failure) noexcept;
+  void ClearInflateFailures();
+
+  CHostServices(const CHostServices&) = delete;
+  CHostServices& operator=(const CHostServices&) = delete;
+
+ private:
+  CHostServices();
+
+  SHostApi api_{};
+  CComponentLog log_;
+  CFrameBufferRing frameBuffers_;
+  std::mutex mutex_;  // guards what follows, the atomic apart
+  std::string cacheFolder_;
+  std::wstring cacheFolderWide_;
+  bool bCacheFolderMade_ = false;
+  std::optional<SInflateFailure> firstFailure_;
+  std::atomic<u64> inflateFailures_{0};
+};
+
+}  // namespace vx

@@ -1,0 +1,35 @@
+#include "host/PngFile.h"
+
+#include <png.h>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "host/HostError.h"
+
+namespace vx {
+
+void WritePng(const std::string& path, const u32* pixels, u32 width, u32 height) {
+  // The top byte of a pixel is not opacity, so it stays out of the file.
+  std::vector<u8> rgb(u64{width} * height * 3);
+  u8* out = rgb.data();
+  for (u64 i = 0; i < u64{width} * height; ++i) {
+    *out++ = static_cast<u8>(pixels[i] >> 16);
+    *out++ = static_cast<u8>(pixels[i] >> 8);
+    *out++ = static_cast<u8>(pixels[i]);
+  }
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = width;
+  image.height = height;
+  image.format = PNG_FORMAT_RGB;
+  image.flags = PNG_IMAGE_FLAG_FAST;
+  errno = 0;
+  if (png_image_write_to_file(&image, path.c_str(), 0, rgb.data(), 0, nullptr) == 0) {
+    const std::string reason = errno != 0 ? std::strerror(errno) : image.message;
+    png_image_free(&image);
+    throw CHostError(EExitCode::OutputFailed, path + ": cannot be written: " + reason);
+  }
+}
+
+}  // namespace vx

@@ -1,0 +1,111 @@
+#include "host/vxrun/Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "host/Folders.h"
+#include "host/HostError.h"
+#include "host/Text.h"
+
+namespace vx {
+
+namespace {
+
+constexpr u64 kMaxFrames = u64{1} << 53;  // counted exactly by any tool that reads the log
+
+std::string Footer() {
+  std::string text =
+      "Keys: arrows move, A S D and Z X C are the buttons, 1 starts, 5 inserts a coin, F2 is the\n"
+      "test switch, Esc quits. Second player: I K J L, R T Y and F G H, 2, 6. Controllers work "
+      "too.\n"
+      "\nExit codes:\n";
+  for (const SExitCodeText& row : kExitCodeTexts) {
+    text += Format("  %3d  %s\n", static_cast<int>(row.code), row.meaning);
+  }
+  return text;
+}
+
+void Declare(CLI::App& app, SOptions& options) {
+  const auto positive = CLI::Range(u64{1}, kMaxFrames);
+  app.footer(Footer());
+  app.add_option("PACK", options.packPath, "The pack to run (.qilhard)");
+
+  app.add_flag("--headless", options.bHeadless, "Run without window and sound, as fast as possible")
+      ->group("Run");
+  CLI::Option* frames = app.add_option("--frames", options.frames, "End after N frames")
+                            ->type_name("N")
+                            ->check(positive)
+                            ->group("Run");
+  app.add_option("--seconds", options.seconds, "End after N seconds of board time")
+      ->type_name("N")
+      ->check(CLI::Range(0.001, 1e9))
+      ->excludes(frames)
+      ->group("Run");
+  app.add_flag("--unthrottled", options.bUnthrottled,
+               "Do not wait between frames, and report the speed at the end")
+      ->group("Run");
+  app.add_option("--scale", options.scale, "Window size as a multiple of the picture")
+      ->type_name("N")
+      ->check(CLI::Range(1u, 32u))
+      ->group("Run");
+  app.add_flag("--time-to-first-frame", options.bTimeToFirstFrame,
+               "Print the milliseconds from program start to the first frame")
+      ->group("Run");
+
+  CLI::Option* png =
+      app.add_option("--png", options.pngFolder, "Write pictures as DIR/frame_000001.png and so on")
+          ->type_name("DIR")
+          ->group("Output");
+  app.add_option("--every", options.pngEvery, "Write only the pictures of frames K, 2K, 3K ...")
+      ->type_name("K")
+      ->check(positive)
+      ->needs(png)
+      ->group("Output");
+  app.add_option("--hash-log", options.hashLogPath,
+                 "Write one line a frame: frame number, state hash, picture hash")
+      ->type_name("FILE")
+      ->group("Output");
+  app.add_option("--wav", options.wavPath, "Write the sound as 16-bit stereo")
+      ->type_name("FILE")
+      ->group("Output");
+
+  app.add_option("--set", options.settings, "Change a setting; may be given several times")
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false)
+      ->group("Board");
+  app.add_flag("--list-settings", options.bListSettings, "Show all settings and end")
+      ->group("Board");
+  app.add_option("--component", options.componentPath,
+                 "The component to load [machine_vx.so beside this program]")
+      ->type_name("FILE")
+      ->group("Board");
+  app.add_option("--cache-dir", options.cacheFolder,
+                 "Folder for what the board keeps between runs [~/.cache/vxrun/]")
+      ->type_name("DIR")
+      ->group("Board");
+  app.add_flag("--verbose", options.bVerbose, "Show all that the component has to say");
+}
+
+}  // namespace
+
+std::optional<SOptions> ParseOptions(int argc, char** argv, int& exitCode) {
+  SOptions options;
+  CLI::App app("Runs a pack on the virtual arcade board.", "vxrun");
+  Declare(app, options);
+  try {
+    app.parse(argc, argv);
+    if (options.packPath.empty() && !options.bListSettings) {
+      throw CLI::RequiredError("PACK");
+    }
+  } catch (const CLI::CallForHelp& help) {
+    exitCode = app.exit(help);
+    return std::nullopt;
+  } catch (const CLI::ParseError& error) {
+    std::fprintf(stderr, "vxrun: %s; --help shows the options\n", error.what());
+    exitCode = static_cast<int>(EExitCode::Usage);
+    return std::nullopt;
+  }
+  if (options.componentPath.empty()) options.componentPath = DefaultComponentPath();
+  return options;
+}
+
+}  // namespace vx

@@ -1,0 +1,38 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "plugin/Quillon.h"
+
+namespace vx {
+
+struct SOptions {
+  std::string packPath;
+  std::string componentPath;
+  std::string cacheFolder;  // empty: the default
+  std::vector<std::string> settings;
+  bool bListSettings = false;
+
+  bool bHeadless = false;
+  u64 frames = 0;   // 0: until stopped
+  f64 seconds = 0;  // of board time; 0: by frames
+  bool bUnthrottled = false;
+  u32 scale = 0;  // 0: the largest that leaves room on the screen, up to 3
+
+  std::string pngFolder;
+  u64 pngEvery = 1;
+  std::string hashLogPath;
+  std::string wavPath;
+
+  bool bTimeToFirstFrame = false;
+  bool bVerbose = false;
+};
+
+// Answers nothing and sets `exitCode` when the program is to end at once: after --help, or after a
+// mistake that has been told on stderr.
+std::optional<SOptions> ParseOptions(int argc, char** argv, int& exitCode);
+
+}  // namespace vx

@@ -1,0 +1,198 @@
+#include "host/vxrun/Run.h"
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <thread>
+
+#include "host/Bindings.h"
+#include "host/Component.h"
+#include "host/Folders.h"
+#include "host/FramePacer.h"
+#include "host/HostServices.h"
+#include "host/PackCheck.h"
+#include "host/Session.h"
+#include "host/Settings.h"
+#include "host/Text.h"
+#include "host/vxrun/Audio.h"
+#include "host/vxrun/Outputs.h"
+#include "host/vxrun/Progress.h"
+#include "host/vxrun/StopSignal.h"
+#include "host/vxrun/Window.h"
+
+namespace vx {
+
+namespace {
+
+void PrepareServices(const SOptions& options) {
+  CHostServices& services = CHostServices::Get();
+  services.Log().SetVerbose(options.bVerbose);
+  if (options.cacheFolder.empty()) return;
+  if (!EnsureFolder(options.cacheFolder)) {
+    throw CHostError(EExitCode::OutputFailed, options.cacheFolder + ": cannot be made a folder");
+  }
+  services.SetCacheFolder(options.cacheFolder);
+}
+
+void ChangeSettings(const SOptions& options, const CComponent& component) {
+  CSettings settings(component.Table().GetSettings());
+  for (const std::string& assignment : options.settings) settings.Set(assignment);
+}
+
+// Window, controls and sound device of a run that is seen.
+class CStage {
+ public:
+  CStage(const SOptions& options, const CComponent& component, CSession& session)
+      : window_(std::filesystem::path(options.packPath).filename().string() + " - vxrun",
+                session.Machine().GetWidth(), session.Machine().GetHeight(), options.scale),
+        controls_(Bindings(component)) {}
+
+  CWindow& Window() { return window_; }
+  CAudio& Audio() { return audio_; }
+
+  // False once the player has left.
+  bool ReadControls(CSession& session, std::array<SInputRecord, kHostPlayers>& records) {
+    if (!window_.HandleEvents(controls_)) return false;
+    controls_.Read(records);
+    constexpr i8 kDropOpposites = 0;
+    for (SInputRecord& record : records) {
+      session.Machine().FilterDirections(&record.padBits, kDropOpposites);
+    }
+    return true;
+  }
+
+ private:
+  static std::vector<SBinding> Bindings(const CComponent& component) {
+    SInputBinding table[kInputBindingCount] = {};
+    component.Table().GetInputBindings(table);
+    return MakeBindings(table);
+  }
+
+  CWindow window_;
+  CControls controls_;
+  CAudio audio_;
+};
+
+class CRun {
+ public:
+  CRun(const SOptions& options, const CStartClock& startClock, const CComponent& component)
+      : options_(options),
+        startClock_(startClock),
+        component_(component),
+        outputs_(options),
+        session_(component, Hooks()) {
+    if (!options.bHeadless) {
+      video_.emplace();
+      stage_.emplace(options, component, session_);
+    }
+  }
+
+  EExitCode Play(const SPackInfo& pack) {
+    session_.Start(options_.packPath, pack);
+    const u64 limit = FrameLimit();
+    const u64 startNs = MonotonicNs();
+    PlayFrames(limit, startNs);
+    const f64 seconds = static_cast<f64>(MonotonicNs() - startNs) / 1e9;
+    Report(seconds);
+    const bool bCutShort = StopRequested() && limit != 0 && framesDone_ < limit;
+    return bCutShort ? EExitCode::Interrupted : EExitCode::Ok;
+  }
+
+ private:
+  u64 FrameLimit() const {
+    if (options_.seconds <= 0) return options_.frames;
+    return static_cast<u64>(std::ceil(options_.seconds * component_.FrameRate()));
+  }
+
+  SSessionHooks Hooks() {
+    return {
+        .wantsPicture = [this] { return stage_ || outputs_.WantsPicture(framesDone_ + 1); },
+        .onPicture = [this](const u32* pixels, u32 width,
+                            u32 height) { TakePicture(pixels, width, height); },
+        .onSound = [this](const i16* samples, u32 count) { TakeSound(samples, count); },
+    };
+  }
+
+  void TakePicture(const u32* pixels, u32 width, u32 height) {
+    if (stage_) stage_->Window().TakePicture(pixels, width, height);
+    const u64 frame = framesDone_ + 1;
+    if (outputs_.WantsPicture(frame)) outputs_.TakePicture(frame, pixels, width, height);
+  }
+
+  void TakeSound(const i16* samples, u32 count) {
+    outputs_.TakeSound(samples, count, RateHz());
+    if (stage_) stage_->Audio().Play(samples, count, RateHz());
+  }
+
+  u32 RateHz() {
+    const i64 rate = session_.SampleRate();
+    return rate > 0 && rate <= 1'000'000 ? static_cast<u32>(rate) : 0;
+  }
+
+  void PlayFrames(u64 limit, u64 startNs) {
+    CProgress progress(limit);
+    CFramePacer pacer(component_.FrameRate(), startNs);
+    std::array<SInputRecord, kHostPlayers> records{};
+    while (!StopRequested() && (limit == 0 || framesDone_ < limit)) {
+      if (stage_ && !stage_->ReadControls(session_, records)) break;
+      session_.RunFrame(records.data(), kHostPlayers);
+      ++framesDone_;
+      outputs_.EndFrame(framesDone_, session_);
+      if (stage_) stage_->Window().Present();
+      if (framesDone_ == 1 && options_.bTimeToFirstFrame) {
+        std::printf("first frame after %.1f ms\n", startClock_.ElapsedMs());
+      }
+      if (!stage_) {
+        progress.Update(framesDone_);
+      } else if (!options_.bUnthrottled) {
+        pacer.SetRate(component_.FrameRate());
+        const u64 waitNs = pacer.FinishFrame(MonotonicNs());
+        if (waitNs != 0) std::this_thread::sleep_for(std::chrono::nanoseconds(waitNs));
+      }
+    }
+  }
+
+  void Report(f64 seconds) {
+    const std::string written = outputs_.Finish(framesDone_, RateHz());
+    if (!stage_) std::printf("%s\n", written.c_str());
+    if (!options_.bUnthrottled || framesDone_ == 0 || seconds <= 0) return;
+    // The board spends one cycle on an instruction and more where it has to wait.
+    const f64 framesPerSecond = static_cast<f64>(framesDone_) / seconds;
+    const f64 realTimeFactor = framesPerSecond / component_.FrameRate();
+    const f64 guestCyclesMillions = realTimeFactor * component_.ClockMHz();
+    std::printf("%.1f frames/s, %.2f times real time, %.1f million guest cycles/s\n",
+                framesPerSecond, realTimeFactor, guestCyclesMillions);
+  }
+
+  const SOptions& options_;
+  const CStartClock& startClock_;
+  const CComponent& component_;
+  std::optional<CSdlVideo> video_;
+  std::optional<CStage> stage_;
+  COutputs outputs_;
+  u64 framesDone_ = 0;
+  CSession session_;  // last: its hooks use the rest
+};
+
+}  // namespace
+
+EExitCode Run(const SOptions& options, const CStartClock& startClock) {
+  PrepareServices(options);
+  if (options.bListSettings) {
+    const CComponent component(options.componentPath);
+    ChangeSettings(options, component);
+    std::fputs(CSettings(component.Table().GetSettings()).Describe().c_str(), stdout);
+    return EExitCode::Ok;
+  }
+  const SPackInfo pack = CheckPack(options.packPath, PhysicalMemoryBytes());
+  const CComponent component(options.componentPath);
+  ChangeSettings(options, component);
+  InstallStopSignals();
+  CRun run(options, startClock, component);
+  return run.Play(pack);
+}
+
+}  // namespace vx
