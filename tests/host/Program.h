@@ -1,0 +1,21 @@
+// Starts vxrun as a person would and tells how it ended.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vx::test {
+
+struct SProgramResult {
+  int exitCode = -1;  // of a normal end
+  int signal = 0;     // that ended it otherwise
+  std::string out;
+  std::string err;
+};
+
+// Runs vxrun with the fake component (unless an argument names another) under a dummy display and
+// sound device, its cache in the test's folder. `environment`: further "NAME=value".
+SProgramResult RunProgram(std::vector<std::string> arguments,
+                          const std::vector<std::string>& environment = {});
+
+}  // namespace vx::test

@@ -1,0 +1,278 @@
+// A component with a tiny machine of its own: it lets the host be tested through the boundary
+// alone. The machine draws a moving pattern, unpacks the ROMs of a pack when it is loaded and one
+// disk chunk a frame, and does what its settings say. A few builds of it misbehave on purpose.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "host/Text.h"
+#include "plugin/Quillon.h"
+
+#ifndef FAKE_API_VERSION
+#define FAKE_API_VERSION kApiVersion
+#endif
+#ifndef FAKE_KIND
+#define FAKE_KIND kComponentKind
+#endif
+#ifndef FAKE_STARTS
+#define FAKE_STARTS true
+#endif
+#ifndef FAKE_UNPACKS_GARBAGE
+#define FAKE_UNPACKS_GARBAGE false
+#endif
+#ifndef FAKE_INIT_NAME
+#define FAKE_INIT_NAME QuillonPlugin_Init
+#endif
+#ifndef FAKE_HAS_TABLE
+#define FAKE_HAS_TABLE true
+#endif
+
+namespace vx {
+
+// The base's own operations, which the boundary leaves to the component.
+void* CQuillonMachineBase::Destruct(u32) noexcept { return this; }
+void CQuillonMachineBase::Idle13() noexcept {}
+void CQuillonMachineBase::Idle14() noexcept {}
+void CQuillonMachineBase::ApplySettings() noexcept {}
+void CQuillonMachineBase::FilterDirections(u32* buttons, i8 keepBoth) noexcept {
+  if (keepBoth == 0 && (*buttons & 0x60) == 0x60) *buttons &= ~0x20u;
+}
+void CQuillonMachineBase::Idle17() noexcept {}
+u32 CQuillonMachineBase::TranslateButtons(i32) noexcept { return 0; }
+u32 CQuillonMachineBase::MapIdentity(u32 value) noexcept { return value; }
+u32 CQuillonMachineBase::GetConstant2() noexcept { return 2; }
+u32 CQuillonMachineBase::GetConstant4() noexcept { return 4; }
+u32 CQuillonMachineBase::GetConstant6() noexcept { return 6; }
+void CQuillonMachineBase::Idle23() noexcept {}
+void CQuillonMachineBase::Idle24() noexcept {}
+bool CQuillonMachineBase::HasFeature25() noexcept { return true; }
+bool CQuillonMachineBase::TranslateAddress(u64*) noexcept { return true; }
+u64 CQuillonMachineBase::HashState() noexcept { return 0; }
+
+namespace {
+
+const SHostApi* host;
+std::string calls;  // what the host called, in order
+
+void Note(const char* call) { calls += std::string(calls.empty() ? "" : " ") + call; }
+
+// Settings: current, default, minimum, maximum, step.
+u32 clockValues[5] = {1, 1, 0, 3, 1};
+u32 stepValues[5] = {2, 2, 2, 10, 4};
+u32 soundRateValues[5] = {0, 0, 0, 96000, 1};
+u32 blindEveryValues[5] = {0, 0, 0, 100, 1};
+u8 refuseValues[5] = {0, 0, 0, 1, 1};
+u8 chattyValues[5] = {0, 0, 0, 1, 1};
+const wchar_t* const kClockNames[] = {L"0.5", L"1.0", L"2.0", L"3.0"};
+constexpr u32 kClocksMHz[] = {50, 100, 200, 300};
+
+template <typename T>
+SSettingRecord MakeSetting(const char* key, ESettingKind kind, T (&values)[5],
+                           const wchar_t* const* names = nullptr, u32 nameCount = 0) {
+  return {key,        kind,       &values[0], &values[1], &values[2],
+          &values[3], &values[4], sizeof(T),  names,      nameCount};
+}
+
+SSettingRecord settings[] = {
+    MakeSetting("FAKE_Clock", ESettingKind::Integer, clockValues, kClockNames, 4),
+    MakeSetting("FAKE_Step", ESettingKind::Integer, stepValues),
+    MakeSetting("FAKE_SoundRate", ESettingKind::Integer, soundRateValues),
+    MakeSetting("FAKE_Refuse", ESettingKind::Boolean, refuseValues),
+    MakeSetting("FAKE_Chatty", ESettingKind::Boolean, chattyValues),
+    MakeSetting("FAKE_BlindEvery", ESettingKind::Integer, blindEveryValues),
+};
+const SSettingList settingList = {settings, std::end(settings), std::end(settings)};
+
+struct SEntry {
+  u64 offset, size, hash;
+  u32 inflatedBytes, chunkCount, unused[6];
+  u64 unused56;
+};
+static_assert(sizeof(SEntry) == 64);
+
+class CFakeMachine final : public CQuillonMachineBase {
+ public:
+  void* Destruct(u32 deleteFlag) noexcept override {
+    if ((deleteFlag & 1) != 0) delete this;
+    return this;
+  }
+  bool LoadPack(const wchar_t* path) noexcept override {
+    Note("LoadPack");
+    bLoaded_ = path != nullptr && refuseValues[0] == 0 && ReadPack(ToUtf8(path));
+    return bLoaded_;
+  }
+  u32 GetWidth() noexcept override { return 320; }
+  u32 GetHeight() noexcept override { return 240; }
+  i64 GetSampleRate() noexcept override {
+    return soundRateValues[0] == 0 ? 31250 : i64{soundRateValues[0]};
+  }
+  u8* GetMemoryImage() noexcept override { return nullptr; }
+  void Reset() noexcept override {
+    Note("Reset");
+    frame_ = 0;
+  }
+  bool IsLoaded() noexcept override { return bLoaded_; }
+  void SaveState(SStateStream*, u8) noexcept override {}
+  bool LoadState(SStateStream*) noexcept override { return false; }
+  u64 GetFrameCount() noexcept override { return frame_; }
+  void ApplySettings() noexcept override { Note("ApplySettings"); }
+  void SetInput(const SInputRecord* records, u32 count) noexcept override {
+    Note("SetInput");
+    padBits_ = count == 0 ? 0 : records[0].padBits;
+  }
+  u64 HashState() noexcept override {
+    return host->HashDataMore(&padBits_, sizeof(padBits_), host->HashData(&frame_, sizeof(frame_)));
+  }
+
+  void RunFrame() noexcept override {
+    Note("RunFrame");
+    UnpackNextChunk();
+    u32* pixels = static_cast<u32*>(host->AcquireFrameBuffer(frame_, 320, 240, 4, false));
+    const u32 blindEvery = blindEveryValues[0];
+    const bool bSees = blindEvery == 0 || (frame_ + 1) % blindEvery != 0;
+    if (bSees && pixels != nullptr && onVideoFilter != nullptr && onVideoFilter(this) == 1) {
+      Draw(pixels);
+    }
+    ++frame_;
+    if (chattyValues[0] != 0) {
+      host->Log(0, "frame %u\n", static_cast<u32>(frame_));
+      host->Log(1, "odd thing in %ls\n", L"\x4e2d");
+    }
+    if (onVideoFrame != nullptr) onVideoFrame(this, pixels, 320, 240, 0, 0, 0, 0);
+    if (soundRateValues[0] != 0 && onAudioBlock != nullptr) {
+      std::vector<i16> samples(1000, static_cast<i16>(frame_));
+      onAudioBlock(this, samples.data(), static_cast<u32>(samples.size()));
+    }
+  }
+
+ private:
+  void Draw(u32* pixels) const {
+    for (u32 y = 0; y < 240; ++y) {
+      for (u32 x = 0; x < 320; ++x) {
+        pixels[y * 320 + x] = ((x + static_cast<u32>(frame_)) & 0xFF) << 16 | y << 8 | 0x40;
+      }
+    }
+  }
+
+  bool ReadPack(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return false;
+    std::fseek(file, 0, SEEK_END);
+    pack_.resize(static_cast<std::size_t>(std::ftell(file)));
+    std::fseek(file, 0, SEEK_SET);
+    const bool bRead = std::fread(pack_.data(), 1, pack_.size(), file) == pack_.size();
+    std::fclose(file);
+    if (!bRead) return false;
+    for (u32 i = 0; i < 9; ++i) {
+      const SEntry entry = Entry(i);
+      std::vector<u8> rom(entry.inflatedBytes);
+      Unpack(rom, entry.offset, static_cast<u32>(entry.size));
+    }
+    nextChunk_ = 0;
+    nextOffset_ = Entry(9).offset;
+    return true;
+  }
+
+  SEntry Entry(u32 index) const {
+    SEntry entry;
+    std::memcpy(&entry, pack_.data() + 32 + index * sizeof(entry), sizeof(entry));
+    return entry;
+  }
+
+  void Unpack(std::vector<u8>& target, u64 offset, u32 storedBytes) {
+    host->Inflate(target.data(), pack_.data() + offset, static_cast<u32>(target.size()),
+                  storedBytes, 0);
+  }
+
+  void UnpackNextChunk() {
+    if (!bLoaded_) return;
+    const SEntry disk = Entry(9);
+    if (nextChunk_ >= disk.chunkCount) return;
+    u16 stored = 0;
+    std::memcpy(&stored, pack_.data() + disk.size + nextChunk_ * 2, sizeof(stored));
+    std::vector<u8> chunk(disk.inflatedBytes);
+    if (stored != 0) Unpack(chunk, nextOffset_, stored);
+    nextOffset_ += stored == 0 ? disk.inflatedBytes : stored;
+    ++nextChunk_;
+  }
+
+  std::vector<u8> pack_;
+  u32 nextChunk_ = 0;
+  u64 nextOffset_ = 0;
+  u64 frame_ = 0;
+  u32 padBits_ = 0;
+  bool bLoaded_ = false;
+};
+
+bool Startup() {
+  Note("Startup");
+  if (FAKE_UNPACKS_GARBAGE) {
+    u8 target[16];
+    host->Inflate(target, "this is no stream", sizeof(target), 17, 0);
+  }
+  return FAKE_STARTS;
+}
+void Shutdown() { Note("Shutdown"); }
+CQuillonMachineBase* CreateMachine() {
+  Note("CreateMachine");
+  return new CFakeMachine;
+}
+void DestroyMachine(CQuillonMachineBase* machine) {
+  Note("DestroyMachine");
+  if (machine != nullptr) machine->Destruct(1);
+}
+f64 GetFrameRate() { return 60.0; }
+void GetInputBindings(SInputBinding* bindings) {
+  std::memset(bindings, 0, sizeof(*bindings) * kInputBindingCount);
+  bindings[0] = {0, 0x80, 0, 33, 7, 0};
+}
+const SSettingList* GetSettings() { return &settingList; }
+void SaveConfigBlob(SConfigBlob* blob) {
+  *blob = {kConfigBlobVersion, 0, 60.0, ~u64{0}, kClocksMHz[clockValues[0]], 0};
+}
+
+SMachineTable table;
+const SMachineTable* GetMachineTable() { return FAKE_HAS_TABLE ? &table : nullptr; }
+u32 GetComponentKind() { return FAKE_KIND; }
+const char* GetDescription() { return "Fake machine."; }
+
+}  // namespace
+}  // namespace vx
+
+extern "C" {
+
+[[gnu::visibility("default")]] vx::u32 QuillonPlugin_GetAPIVersion() {
+  using namespace vx;
+  return FAKE_API_VERSION;
+}
+
+[[gnu::visibility("default")]] bool FAKE_INIT_NAME(vx::SPluginDesc* desc, const vx::SHostApi* api) {
+  using namespace vx;
+  host = api;
+  table = {};
+  table.Startup = Startup;
+  table.Shutdown = Shutdown;
+  table.CreateMachine = CreateMachine;
+  table.DestroyMachine = DestroyMachine;
+  table.GetFrameRate = GetFrameRate;
+  table.GetInputBindings = GetInputBindings;
+  table.GetSettings = GetSettings;
+  table.SaveConfigBlob = SaveConfigBlob;
+  *desc = {};
+  desc->GetComponentKind = GetComponentKind;
+  desc->GetDescription = GetDescription;
+  desc->GetMachineTable = GetMachineTable;
+  return true;
+}
+
+// For tests only: what was called since the last time, then forgotten.
+[[gnu::visibility("default")]] const char* FakeTakeCalls() {
+  static std::string taken;
+  taken = std::move(vx::calls);
+  vx::calls.clear();
+  return taken.c_str();
+}
+}
