@@ -41,6 +41,15 @@ TEST(PendingFile, LeavesNothingWhenDropped) {
   EXPECT_TRUE(folder.Names().empty());
 }
 
+TEST(PendingFile, RefusesToTakeThePlaceOfAPipe) {
+  const CTestFolder folder;
+  ASSERT_EQ(mkfifo((folder / "p").c_str(), 0600), 0);
+  EXPECT_THROW(CPendingFile(folder / "p"), CToolError);
+  struct stat status = {};
+  ASSERT_EQ(lstat((folder / "p").c_str(), &status), 0);
+  EXPECT_TRUE(S_ISFIFO(status.st_mode));
+}
+
 TEST(PendingFile, GivesThePermissionsOfAnyNewFile) {
   const CTestFolder folder;
   const mode_t mask = umask(027);

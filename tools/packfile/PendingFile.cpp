@@ -50,6 +50,12 @@ CPendingFile::CPendingFile(const std::filesystem::path& target)
     errno = EISDIR;
     Fail("written");
   }
+  // A device or pipe would be replaced by a file of its name.
+  if (std::filesystem::exists(target_, ignored) &&
+      !std::filesystem::is_regular_file(target_, ignored)) {
+    errno = ENOTSUP;
+    Fail("written");
+  }
   const int descriptor = mkstemp(temporaryName_.data());
   if (descriptor < 0) Fail("written");
   std::memcpy(g_unfinishedName, temporaryName_.c_str(), temporaryName_.size() + 1);
