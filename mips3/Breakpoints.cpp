@@ -11,9 +11,7 @@ namespace vx {
 namespace {
 
 // The handler of a record with a breakpoint.
-void BreakpointWrapper(CVXMachine* m, u32 word) {
-  RunBreakpoint(m, FlatIndexOfVirtual(m, m->cpu.pc - 4), word);
-}
+void BreakpointWrapper(CVXMachine* m, u32 word) { RunBreakpoint(m, word); }
 
 std::shared_ptr<CVXMachine::SMIPSBreakpointMapEntry>& EntryOf(CVXMachine* m, u32 flatOffset) {
   auto& entry = m->breakpointMap[flatOffset];
@@ -36,6 +34,12 @@ void ClearBlocksOver(CVXMachine* m, u32 index) {
   m->bPredecodeChanged = 1;
 }
 
+// The words that a breakpoint at this offset touches; an unaligned offset touches two.
+void ClearBlocksAt(CVXMachine* m, u32 flatOffset) {
+  const u32 end = std::min((flatOffset + 7) >> 2, kRecordCount);
+  for (u32 index = flatOffset >> 2; index < end; ++index) ClearBlocksOver(m, index);
+}
+
 }  // namespace
 
 void SetBreakpoint(CVXMachine* m, u32 flatOffset, u32 callbackId) {
@@ -43,17 +47,35 @@ void SetBreakpoint(CVXMachine* m, u32 flatOffset, u32 callbackId) {
   if (index >= kRecordCount) return;
   m->TouchRecord(index);
   m->records[index].flags |= kOpBreakRequested;
+  m->bPredecodeChanged = 1;
   std::vector<u32>& ids = EntryOf(m, flatOffset)->callbackIds;
-  if (std::find(ids.begin(), ids.end(), callbackId) == ids.end()) ids.push_back(callbackId);
-  for (u32 i = index; i < (flatOffset + 7) >> 2 && i < kRecordCount; ++i) ClearBlocksOver(m, i);
+  if (std::find(ids.begin(), ids.end(), callbackId) != ids.end()) return;
+  ids.push_back(callbackId);
+  ClearBlocksAt(m, flatOffset);
 }
 
 void ClearBreakpoint(CVXMachine* m, u32 flatOffset) {
   const u32 index = flatOffset >> 2;
   if (index >= kRecordCount) return;
-  m->breakpointMap.erase(flatOffset);
+  if (const auto found = m->breakpointMap.find(flatOffset); found != m->breakpointMap.end()) {
+    if (found->second->callbackIds.size() > 1) {
+      HostLog(ELogLevel::Warning,
+              "Emu_ClearMIPSBreakpoint: Cleared an address (%08X) with more than 1 registered "
+              "callback\n",
+              flatOffset);
+    }
+    m->breakpointMap.erase(found);
+  }
   m->records[index].flags &= ~u32{kOpBreakRequested};
-  for (u32 i = index; i < (flatOffset + 7) >> 2 && i < kRecordCount; ++i) ClearBlocksOver(m, i);
+  ClearBlocksAt(m, flatOffset);
+}
+
+void ClearAllBreakpoints(CVXMachine* m) {
+  while (!m->breakpointMap.empty()) {
+    const auto first = m->breakpointMap.begin();
+    first->second->callbackIds.clear();
+    ClearBreakpoint(m, first->first);
+  }
 }
 
 void MarkBlockCareful(CVXMachine* m, u32 head, u32 index) {
@@ -72,13 +94,17 @@ void InstallBreakpoint(CVXMachine* m, u32 head, u32 index) {
   record.dispatch = 0;
 }
 
-void RunBreakpoint(CVXMachine* m, u32 flatOffset, u32 word) {
+void RunBreakpoint(CVXMachine* m, u32 word) {
+  // In the delay slot of a taken branch this is the word before the target.
+  const u32 flatOffset = FlatIndexOfVirtual(m, m->cpu.pc - 4);
   const auto found = m->breakpointMap.find(flatOffset);
   if (found == m->breakpointMap.end()) return;
+  // A callback may set and clear breakpoints, this one included.
   const std::shared_ptr<CVXMachine::SMIPSBreakpointMapEntry> entry = found->second;
-  bool bRun = entry->callbackIds.empty();
+  const size_t count = entry->callbackIds.size();
+  bool bRun = count == 0;
   bool bSkip = false;
-  for (size_t i = 0; i < entry->callbackIds.size(); ++i) {
+  for (size_t i = 0; i < std::min(count, entry->callbackIds.size()); ++i) {
     const bool bWants = HostInvokeMipsHook(m, entry->callbackIds[i], flatOffset, word);
     (bWants ? bRun : bSkip) = true;
   }
@@ -87,7 +113,12 @@ void RunBreakpoint(CVXMachine* m, u32 flatOffset, u32 word) {
             "Overlapping breakpoints at %08X are inconsistent about whether underlying op should "
             "be invoked. Possibly conflicting scripts.\n");
   }
-  if (bRun && entry->underlying != nullptr) entry->underlying(m, word);
+  if (!bRun) return;
+  if (entry->underlying != nullptr) {
+    entry->underlying(m, word);
+  } else {
+    ExecuteWord(m, word);  // set anew, and its record not yet built
+  }
 }
 
 }  // namespace vx

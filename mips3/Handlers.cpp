@@ -2,6 +2,7 @@
 // dispatch tables that reach them.
 #include "machine/HostAccess.h"
 #include "mips3/BranchOps.h"
+#include "mips3/Cop1.h"
 #include "mips3/MemoryOps.h"
 #include "mips3/OpTable.h"
 #include "mips3/Processor.h"
@@ -12,10 +13,7 @@ namespace {
 
 // --- Ops that only handlers execute ------------------------------------------------------------
 
-void ExecUnimplemented(CVXMachine* m, u32 w) {
-  HostLog(ELogLevel::Error, "MIPS3 unimplemented op at PC %08X: %08X (b:%i s/cp1:%i ri:%i)\n",
-          m->cpu.pc, w, MainCode(w), Funct(w), Rt(w));
-}
+void ExecUnimplemented(CVXMachine* m, u32 w) { ExecuteUnimplemented(m, w); }
 
 void ExecSyscall(CVXMachine* m, u32) { TakeException(m, kExceptionSyscall); }
 void ExecBreak(CVXMachine* m, u32) { TakeException(m, kExceptionBreak); }
@@ -29,27 +27,15 @@ void ExecDmfc0(CVXMachine* m, u32 w) {
 }
 void ExecMtc0(CVXMachine* m, u32 w) { WriteCop0(m, Rd(w), RegT(m, w)); }
 
-// The floating point unit is busy for a cycle after a move from or to memory.
-void OccupyFpUnit(CVXMachine* m) {
-  m->cpu.cycles = std::max(m->cpu.cycles, m->cpu.fpBusy);
-  m->cpu.fpBusy = m->cpu.cycles + 1;
-}
-bool HasFullFpRegisters(const CVXMachine* m) { return (m->cpu.cop0[kCop0Status] & kStatusFr) != 0; }
+void ExecCop1(CVXMachine* m, u32 w) { ExecuteCop1(m, w); }
 
 void ExecLwc1(CVXMachine* m, u32 w) {
-  const u64 value = ReadMemory<u32>(m, AddressOf(m, w), 0);
-  if (HasFullFpRegisters(m)) {
-    m->cpu.fpr[Rt(w)] = value;
-  } else {
-    u64& pair = m->cpu.fpr[Rt(w) & 30];
-    pair = (pair & ~u64{kOnes32}) | value;
-  }
-  OccupyFpUnit(m);
+  LoadFpWord(m, Rt(w), ReadMemory<u32>(m, AddressOf(m, w), 0));
+  OccupyFpForMove(m);
 }
 void ExecSwc1(CVXMachine* m, u32 w) {
-  const u32 index = HasFullFpRegisters(m) ? Rt(w) : Rt(w) & 30;
-  WriteMemory<u32>(m, AddressOf(m, w), static_cast<u32>(m->cpu.fpr[index]), 0);
-  OccupyFpUnit(m);
+  WriteMemory<u32>(m, AddressOf(m, w), StoredFpWord(m, Rt(w)), 0);
+  OccupyFpForMove(m);
 }
 
 // --- One handler an op -------------------------------------------------------------------------
@@ -83,7 +69,6 @@ constexpr std::array<OpHandler, Size> BuildHandlers(const std::array<EOp, Size>&
 
 constexpr auto kSpecialHandlers = BuildHandlers(kSpecialOps);
 constexpr auto kRegImmHandlers = BuildHandlers(kRegImmOps);
-constexpr auto kCop1Handlers = BuildHandlers(kCop1Ops);
 constexpr auto kCop0Handlers = [] {
   auto handlers = BuildHandlers(kCop0Ops);
   for (u32 rs = kFirstCop0FunctionRs; rs < 32; ++rs) handlers[rs] = Handle<ExecCop0Function>;
@@ -93,18 +78,22 @@ constexpr auto kCop0Handlers = [] {
 void DispatchSpecial(CVXMachine* m, u32 w) { kSpecialHandlers[Funct(w)](m, w); }
 void DispatchRegImm(CVXMachine* m, u32 w) { kRegImmHandlers[Rt(w)](m, w); }
 void DispatchCop0(CVXMachine* m, u32 w) { kCop0Handlers[Rs(w)](m, w); }
-void DispatchCop1(CVXMachine* m, u32 w) { kCop1Handlers[Rs(w)](m, w); }
 
 constexpr auto kMainHandlers = [] {
   auto handlers = BuildHandlers(kMainOps);
   handlers[kMainSpecial] = DispatchSpecial;
   handlers[kMainRegImm] = DispatchRegImm;
   handlers[kMainCop0] = DispatchCop0;
-  handlers[kMainCop1] = DispatchCop1;
+  handlers[kMainCop1] = ExecuteCop1;
   return handlers;
 }();
 
 }  // namespace
+
+void ExecuteUnimplemented(CVXMachine* m, u32 w) {
+  HostLog(ELogLevel::Error, "MIPS3 unimplemented op at PC %08X: %08X (b:%i s/cp1:%i ri:%i)\n",
+          m->cpu.pc, w, MainCode(w), Funct(w), Rt(w));
+}
 
 void ExecuteWord(CVXMachine* m, u32 word) { kMainHandlers[MainCode(word)](m, word); }
 

@@ -15,6 +15,7 @@ enum class EOpTable : u8 {
   Cop0,          // main 16, bits 25..21
   Cop0Function,  // main 16 with bit 25 set, bits 24..0
   Cop1,          // main 17, bits 25..21
+  Cop1Function,  // main 17 with any other bits 25..21, bits 5..0
 };
 
 enum class EOpForm : u8 {
@@ -35,6 +36,10 @@ enum class EOpForm : u8 {
   LoadStore,      // rt, offset(rs)
   LoadStoreFp,    // ft, offset(rs)
   Cop0Move,       // rt, rd
+  Cop1Move,       // rt, fs
+  FpTwo,          // fd, fs
+  FpThree,        // fd, fs, ft
+  FpCompare,      // fs, ft
 };
 
 enum EOpTrait : u8 {
@@ -118,6 +123,7 @@ inline constexpr auto kRegImmOps = BuildOpIndex<EOpTable::RegImm, 32>();
 inline constexpr auto kCop0Ops = BuildOpIndex<EOpTable::Cop0, 32>();
 inline constexpr auto kCop0FunctionOps = BuildOpIndex<EOpTable::Cop0Function, 32>();
 inline constexpr auto kCop1Ops = BuildOpIndex<EOpTable::Cop1, 32>();
+inline constexpr auto kCop1FunctionOps = BuildOpIndex<EOpTable::Cop1Function, 64>();
 
 constexpr EOp DecodeOp(u32 word) {
   switch (MainCode(word)) {

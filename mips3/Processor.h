@@ -18,6 +18,8 @@ u32 RunProcessor(CVXMachine* m, u32 budget);
 
 // Executes one op word through the main op table.
 void ExecuteWord(CVXMachine* m, u32 word);
+// Tells the host of an op that the board lacks, and goes on.
+void ExecuteUnimplemented(CVXMachine* m, u32 word);
 // The handler that a record of this word gets, and its private dispatch code for replay.
 OpHandler ChooseHandler(u32 word);
 u32 ChooseDispatch(u32 word);

@@ -117,7 +117,7 @@ void FormBlock(CVXMachine* m, u32 headIndex, u32 headAddress, bool bSingle) {
     m->longestBlock = std::max(m->longestBlock, head.link);
     lastIndex = index++;
   }
-  RunBreakpoint(m, lastIndex << 2, word);
+  RunBreakpoint(m, word);
   ++m->cpu.cycles;
 }
 
