@@ -1,6 +1,8 @@
 #include "base/File.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -9,11 +11,40 @@
 
 namespace vx {
 
+namespace {
+
+// The system's name of a file: backslashes separate folders like slashes do.
+std::string NativeName(const wchar_t* path) {
+  std::string name = WideToUtf8(path);
+  std::replace(name.begin(), name.end(), '\\', '/');
+  return name;
+}
+
+// Makes a rename in a folder last.
+void SyncFolderOf(const std::string& name) {
+  const size_t slash = name.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  fsync(descriptor);
+  close(descriptor);
+}
+
+}  // namespace
+
+bool ReplaceFile(const wchar_t* finished, const wchar_t* replaced) {
+  const std::string target = NativeName(replaced);
+  if (std::rename(NativeName(finished).c_str(), target.c_str()) != 0) return false;
+  SyncFolderOf(target);
+  return true;
+}
+
+void RemoveFile(const wchar_t* path) { std::remove(NativeName(path).c_str()); }
+
 bool CQuillonFile::Open(const wchar_t* path, EFileMode mode) {
   Close();
   if (path == nullptr || *path == L'\0') return false;
-  std::string name = WideToUtf8(path);
-  std::replace(name.begin(), name.end(), '\\', '/');
+  const std::string name = NativeName(path);
 
   static constexpr const char* kModes[] = {"rbe", "wbe", "r+be"};
   stream_ = std::fopen(name.c_str(), kModes[static_cast<u32>(mode)]);
@@ -40,6 +71,10 @@ u64 CQuillonFile::Write(const void* source, u64 bytes) {
 bool CQuillonFile::Seek(u64 position) {
   if (stream_ == nullptr || position > INT64_MAX) return false;
   return fseeko(stream_, static_cast<off_t>(position), SEEK_SET) == 0;
+}
+
+bool CQuillonFile::Sync() {
+  return stream_ != nullptr && std::fflush(stream_) == 0 && fsync(fileno(stream_)) == 0;
 }
 
 u64 CQuillonFile::Size() {

@@ -9,6 +9,10 @@ namespace vx {
 
 enum class EFileMode : u32 { Read = 0, Write = 1, Update = 2 };  // "rb", "wb", "r+b"
 
+// Puts a finished file in the place of another, which is whole at any time: the old or the new.
+bool ReplaceFile(const wchar_t* finished, const wchar_t* replaced);
+void RemoveFile(const wchar_t* path);
+
 // Owns one open stream. Not synchronised: one thread at a time, though owners may share it.
 class CQuillonFile {
  public:
@@ -27,6 +31,8 @@ class CQuillonFile {
   u64 Read(void* target, u64 bytes);
   u64 Write(const void* source, u64 bytes);
   bool Seek(u64 position);
+  // Brings all that was written to the disk. False if any of it could not be written.
+  bool Sync();
   // Length in bytes; 0 if nothing is open. The position stays.
   u64 Size();
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstring>
 
+#include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
 #include "machine/VXMachine.h"
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kChunkWait{4};
 constexpr u32 kBitmapWordBits = 64;
+constexpr f64 kFlushDelayMs = 200.0;
 
 // Brings one chunk of the pack into the image. The position in the file follows the reads.
 void ReadChunk(CVXMachine& m, u32 index, u8* scratch, u64& filePosition) {
@@ -52,12 +54,6 @@ void ReadDisk(CVXMachine& m, const std::atomic<bool>& bStop) {
   if (loaded == m.chunkCount) m.bAllChunksLoaded.store(1, std::memory_order_release);
 }
 
-bool IsOnDisk(const CVXMachine& m, u64 sector) {
-  if (sector >= m.diskSectors || m.sectorsPerChunk == 0) return false;
-  const u64 chunk = sector / m.sectorsPerChunk;
-  return chunk < m.chunkCount && (sector + 1) * kSectorBytes <= u64{m.chunkCount} * m.chunkBytes;
-}
-
 // The chunk that has to arrive before a byte of the image can be used, or null if it is in.
 SChunkRecord* MissingChunk(CVXMachine& m, u64 imageByte) {
   if (m.bAllChunksLoaded.load(std::memory_order_acquire) != 0 || m.chunkTable == nullptr) {
@@ -78,12 +74,6 @@ void WaitForByte(CVXMachine& m, u64 imageByte) {
   while (chunk->bReady.load(std::memory_order_acquire) == 0) m.chunkReadyEvent.WaitFor(kChunkWait);
 }
 
-// A chunk whose size is no multiple of a sector's can end inside the sector.
-void WaitForSector(CVXMachine& m, u64 sector) {
-  WaitForByte(m, sector * kSectorBytes);
-  WaitForByte(m, sector * kSectorBytes + kSectorBytes - 1);
-}
-
 void MarkDirty(CVXMachine& m, u64 sector) {
   const u32 word = static_cast<u32>(sector / kBitmapWordBits);
   if (m.dirtyBitmap != nullptr && word < m.deltaHeader.bitmapWords) {
@@ -91,6 +81,8 @@ void MarkDirty(CVXMachine& m, u64 sector) {
     m.deltaHeader.lastDirtyWord = std::max(m.deltaHeader.lastDirtyWord, word);
     m.dirtyBitmap[word] |= u64{1} << (sector % kBitmapWordBits);
   }
+  // A burst of writes goes to the overlay file once, a while after the last of them.
+  if (m.parent == nullptr) m.flushDeadline = HostClockMs() + kFlushDelayMs;
 }
 
 // --- The drive's description -------------------------------------------------------------------
@@ -127,11 +119,24 @@ void FillIdentifyData(CVXMachine& m) {
   PutText(identify + 27, "ST9150AG    ", 12);
 }
 
-u32 BitmapWordsFor(u64 diskBytes) {
-  return static_cast<u32>((((diskBytes + 511) >> 9) + kBitmapWordBits - 1) / kBitmapWordBits);
+}  // namespace
+
+bool IsOnDisk(const CVXMachine& m, u64 sector) {
+  if (sector >= m.diskSectors || m.sectorsPerChunk == 0) return false;
+  const u64 chunk = sector / m.sectorsPerChunk;
+  return chunk < m.chunkCount && (sector + 1) * kSectorBytes <= u64{m.chunkCount} * m.chunkBytes;
 }
 
-}  // namespace
+// A chunk whose size is no multiple of a sector's can end inside the sector.
+void WaitForSector(CVXMachine& m, u64 sector) {
+  WaitForByte(m, sector * kSectorBytes);
+  WaitForByte(m, sector * kSectorBytes + kSectorBytes - 1);
+}
+
+u32 RequiredBitmapWords(const CVXMachine& m) {
+  const u64 sectors = (m.diskBytes + kSectorBytes - 1) / kSectorBytes;
+  return static_cast<u32>((sectors + kBitmapWordBits - 1) / kBitmapWordBits);
+}
 
 void StartDiskReader(CVXMachine& m) {
   StopDiskReader(m);
@@ -155,7 +160,7 @@ void FinishDiskLoad(CVXMachine& m) {
 }
 
 void PrepareDisk(CVXMachine& m) {
-  const u32 words = BitmapWordsFor(m.diskBytes);
+  const u32 words = RequiredBitmapWords(m);
   if (words == m.deltaHeader.bitmapWords) return;
   m.deltaHeader = SDeltaHeader{};
   m.deltaHeader.bitmapWords = words;
@@ -165,6 +170,8 @@ void PrepareDisk(CVXMachine& m) {
   drive.cylinders = m.packCylinders;
   drive.heads = m.packHeads;
   drive.sectorsPerTrack = m.packSectorsPerTrack;
+  // A clone shares the master's image, which holds the overlay and what was written since.
+  if (m.parent == nullptr && m.diskId != 0) ReadOverlay(m);
 }
 
 void OnSectorTouched(u64 sector, void* user) {

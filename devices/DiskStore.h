@@ -47,9 +47,15 @@ void StartDiskReader(CVXMachine& machine);
 void StopDiskReader(CVXMachine& machine);
 // Releases what only loading needs, once all chunks are in.
 void FinishDiskLoad(CVXMachine& machine);
-// Sizes the dirty bitmap for the present disk and describes the drive to the ATA device. Nothing
-// happens while the size stays the same.
+// Sizes the dirty bitmap for the present disk, describes the drive to the ATA device and applies
+// the disk's overlay file. Nothing happens while the size stays the same.
 void PrepareDisk(CVXMachine& machine);
+// Waits until the chunks that a sector lies in are in the image. The sector is inside it.
+void WaitForSector(CVXMachine& machine, u64 sector);
+// Words that a bitmap of the present disk's sectors has.
+u32 RequiredBitmapWords(const CVXMachine& machine);
+// Whether a sector may be touched: on the disk and inside the image.
+bool IsOnDisk(const CVXMachine& machine, u64 sector);
 
 // The storage functions of the ATA device; `user` is the machine. A sector whose chunk is not in
 // yet holds the calling thread until it is. Sectors outside the disk answer 0 bytes.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
 #include "machine/Settings.h"
 #include "machine/VXMachine.h"
@@ -84,6 +85,7 @@ void CVXMachine::FrameStep() {
   vBlankCount = 0;
   FinishDiskLoad(*this);
   if (parent == nullptr) {
+    if (flushDeadline != 0.0 && HostClockMs() > flushDeadline) FlushPendingOverlay(*this);
     bResetPending = 0;
     ArmVideoEvents();
     state.dipPort = pendingDipWord.load(std::memory_order_relaxed);

@@ -8,6 +8,7 @@
 
 #include "blocks/BlockTable.h"
 #include "blocks/RecordCache.h"
+#include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
 #include "machine/PackFormat.h"
 #include "machine/PackIdentity.h"
@@ -116,6 +117,7 @@ void CVXMachine::Unload() {
   soundRomHash = 0;
   bLoaded = 0;
   bIoLayoutB = 0;
+  if (flushDeadline != 0.0) FlushPendingOverlay(*this);
   StopDiskReader(*this);
   chunkTable.reset();
   bAllChunksLoaded = 0;

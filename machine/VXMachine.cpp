@@ -5,6 +5,7 @@
 #include <new>
 
 #include "blocks/RecordCache.h"
+#include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
 #include "machine/Settings.h"
 #include "mips3/Memory.h"
@@ -63,6 +64,7 @@ CVXMachine::CVXMachine() {
 }
 
 CVXMachine::~CVXMachine() {
+  if (flushDeadline != 0.0) FlushPendingOverlay(*this);
   StoreRecordCache(*this);
   StopDiskReader(*this);
   bLoaded = 0;

@@ -1,0 +1,149 @@
+#include "devices/DiskOverlay.h"
+
+#include <algorithm>
+#include <bit>
+#include <cwchar>
+#include <string>
+#include <vector>
+
+#include "devices/DiskStore.h"
+#include "machine/HostAccess.h"
+#include "machine/VXMachine.h"
+
+namespace vx {
+
+namespace {
+
+constexpr u64 kOverlayMagic = 0xb19d1221ec002e69;
+constexpr u64 kOverlayVersion = 2;
+constexpr u32 kBitmapWordBits = 64;
+
+struct SOverlayHeader {
+  u64 magic;
+  u64 version;
+  u64 deltaBytes;
+};
+static_assert(sizeof(SOverlayHeader) == 24);
+
+std::wstring OverlayPath(u64 diskId) {
+  const wchar_t* const folder = Host().GetCachePath != nullptr ? Host().GetCachePath() : nullptr;
+  std::wstring path = folder != nullptr ? folder : L"";
+  if (path.empty() || (path.back() != L'\\' && path.back() != L'/')) path += L'\\';
+  wchar_t name[64];
+  std::swprintf(name, std::size(name), L"vxhdd%016llX.qilhardchunk",
+                static_cast<unsigned long long>(diskId));
+  return path + name;
+}
+
+// Calls a function with each sector whose bit is set in the header's range, in rising order.
+template <typename TFunction>
+void ForEachDirtySector(const CVXMachine& m, const SDeltaHeader& header, TFunction function) {
+  for (u64 word = header.firstDirtyWord; word <= header.lastDirtyWord; ++word) {
+    for (u64 left = m.dirtyBitmap[word]; left != 0; left &= left - 1) {
+      function(word * kBitmapWordBits + static_cast<u32>(std::countr_zero(left)));
+    }
+  }
+}
+
+bool IsRangeValid(const SDeltaHeader& header) {
+  return header.firstDirtyWord <= header.lastDirtyWord && header.lastDirtyWord < header.bitmapWords;
+}
+
+u32 RangeBytes(const SDeltaHeader& header) {
+  return (header.lastDirtyWord - header.firstDirtyWord + 1) * sizeof(u64);
+}
+
+// Writes the whole file under a name of its own, then puts it in the overlay's place.
+bool WriteOverlayFile(const std::wstring& path, const std::vector<u8>& delta) {
+  const std::wstring unfinished = path + L".new";
+  const SOverlayHeader header = {kOverlayMagic, kOverlayVersion, delta.size()};
+  CQuillonFile file;
+  if (!file.Open(unfinished.c_str(), EFileMode::Write)) return false;
+  const bool bWritten = file.Write(&header, sizeof(header)) == sizeof(header) &&
+                        file.Write(delta.data(), delta.size()) == delta.size() && file.Sync();
+  file.Close();
+  if (bWritten && ReplaceFile(unfinished.c_str(), path.c_str())) return true;
+  RemoveFile(unfinished.c_str());
+  return false;
+}
+
+}  // namespace
+
+void WriteDelta(const CVXMachine& m, SStateStream& stream) {
+  SDeltaHeader header = m.deltaHeader;
+  if (m.dirtyBitmap == nullptr) header = SDeltaHeader{};
+  WriteValue(stream, header);
+  if (header.bitmapWords == 0) return;
+  WriteBytes(stream, m.dirtyBitmap.get() + header.firstDirtyWord, RangeBytes(header));
+  ForEachDirtySector(m, header, [&](u64 sector) {
+    WriteBytes(stream, m.diskImage.get() + sector * kSectorBytes, kSectorBytes);
+  });
+}
+
+bool ApplyDelta(CVXMachine& m, SStateStream& stream) {
+  SDeltaHeader header;
+  ReadValue(stream, header);
+  if (header.bitmapWords == 0) {
+    m.dirtyBitmap.reset();
+    m.deltaHeader = header;
+    return true;
+  }
+  if (header.bitmapWords != RequiredBitmapWords(m) || !IsRangeValid(header)) return false;
+  if (m.dirtyBitmap == nullptr || header.bitmapWords != m.deltaHeader.bitmapWords) {
+    m.dirtyBitmap = std::make_unique<u64[]>(header.bitmapWords);
+  }
+  m.deltaHeader = header;
+  u64* const range = m.dirtyBitmap.get() + header.firstDirtyWord;
+  if (!ReadBytes(stream, range, RangeBytes(header))) return true;
+  // The bits of sectors that this disk does not have are counted, and dropped.
+  ForEachDirtySector(m, header, [&](u64 sector) {
+    u8 contents[kSectorBytes];
+    const bool bThere = ReadBytes(stream, contents, kSectorBytes);
+    if (!IsOnDisk(m, sector)) {
+      m.dirtyBitmap[sector / kBitmapWordBits] &= ~(u64{1} << (sector % kBitmapWordBits));
+      return;
+    }
+    if (!bThere) return;
+    WaitForSector(m, sector);
+    std::copy_n(contents, kSectorBytes, m.diskImage.get() + sector * kSectorBytes);
+  });
+  return true;
+}
+
+void FlushPendingOverlay(CVXMachine& m) {
+  m.flushDeadline = 0.0;
+  if (m.bDiskFlush.load(std::memory_order_relaxed) == 0 || m.dirtyBitmap == nullptr) return;
+  SStateStream stream;
+  WriteDelta(m, stream);
+  std::vector<u8> delta(stream.position);
+  stream = {delta.data(), static_cast<u32>(delta.size()), 0, 0};
+  WriteDelta(m, stream);
+
+  const std::wstring path = OverlayPath(m.diskId);
+  if (!WriteOverlayFile(path, delta)) return;
+  HostLog(ELogLevel::Information, "Flushed qilhardchunk: %ls (delta size: %i)\n", path.c_str(),
+          static_cast<i32>(delta.size()));
+}
+
+void ReadOverlay(CVXMachine& m) {
+  CQuillonFile file;
+  if (!file.Open(OverlayPath(m.diskId).c_str(), EFileMode::Read)) return;
+  const u64 fileBytes = file.Size();
+  SOverlayHeader header = {};
+  if (fileBytes <= sizeof(header) || file.Read(&header, sizeof(header)) != sizeof(header)) return;
+  if (header.magic != kOverlayMagic || header.version != kOverlayVersion) return;
+  if (header.deltaBytes == 0 || header.deltaBytes > fileBytes - sizeof(header)) return;
+
+  std::vector<u8> delta(static_cast<u32>(header.deltaBytes));
+  if (file.Read(delta.data(), delta.size()) != delta.size()) return;
+  SStateStream stream = {delta.data(), static_cast<u32>(delta.size()), 0, 0};
+  ApplyDelta(m, stream);
+  // A delta of no disk must not leave this one without a bitmap: later writes would be lost.
+  if (m.dirtyBitmap == nullptr) {
+    m.deltaHeader = SDeltaHeader{};
+    m.deltaHeader.bitmapWords = RequiredBitmapWords(m);
+    m.dirtyBitmap = std::make_unique<u64[]>(m.deltaHeader.bitmapWords);
+  }
+}
+
+}  // namespace vx
