@@ -32,14 +32,23 @@ void SyncFolderOf(const std::string& name) {
 
 }  // namespace
 
-bool ReplaceFile(const wchar_t* finished, const wchar_t* replaced) {
-  const std::string target = NativeName(replaced);
-  if (std::rename(NativeName(finished).c_str(), target.c_str()) != 0) return false;
+bool WriteFileWhole(const wchar_t* path, std::span<const u8> contents) {
+  const std::wstring unfinished = std::wstring(path) + L".new";
+  CQuillonFile file;
+  if (!file.Open(unfinished.c_str(), EFileMode::Write)) return false;
+  const bool bWritten =
+      file.Write(contents.data(), contents.size()) == contents.size() && file.Sync();
+  file.Close();
+
+  const std::string source = NativeName(unfinished.c_str());
+  const std::string target = NativeName(path);
+  if (!bWritten || std::rename(source.c_str(), target.c_str()) != 0) {
+    std::remove(source.c_str());
+    return false;
+  }
   SyncFolderOf(target);
   return true;
 }
-
-void RemoveFile(const wchar_t* path) { std::remove(NativeName(path).c_str()); }
 
 bool CQuillonFile::Open(const wchar_t* path, EFileMode mode) {
   Close();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <span>
 
 #include "base/Types.h"
 
@@ -9,9 +10,10 @@ namespace vx {
 
 enum class EFileMode : u32 { Read = 0, Write = 1, Update = 2 };  // "rb", "wb", "r+b"
 
-// Puts a finished file in the place of another, which is whole at any time: the old or the new.
-bool ReplaceFile(const wchar_t* finished, const wchar_t* replaced);
-void RemoveFile(const wchar_t* path);
+// Writes a file as a whole: first under a name of its own, then, once all of it is on the disk, in
+// the place of the file of this name. Under its name there is always one complete file, the old or
+// the new. On any failure the old one stays and the answer is false.
+bool WriteFileWhole(const wchar_t* path, std::span<const u8> contents);
 
 // Owns one open stream. Not synchronised: one thread at a time, though owners may share it.
 class CQuillonFile {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <cwchar>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -25,14 +25,8 @@ struct SOverlayHeader {
 };
 static_assert(sizeof(SOverlayHeader) == 24);
 
-std::wstring OverlayPath(u64 diskId) {
-  const wchar_t* const folder = Host().GetCachePath != nullptr ? Host().GetCachePath() : nullptr;
-  std::wstring path = folder != nullptr ? folder : L"";
-  if (path.empty() || (path.back() != L'\\' && path.back() != L'/')) path += L'\\';
-  wchar_t name[64];
-  std::swprintf(name, std::size(name), L"vxhdd%016llX.qilhardchunk",
-                static_cast<unsigned long long>(diskId));
-  return path + name;
+std::wstring OverlayPath(const CVXMachine& m) {
+  return HostCacheFile(L"vxhdd%016llX.qilhardchunk", m.diskId);
 }
 
 // Calls a function with each sector whose bit is set in the header's range, in rising order.
@@ -51,20 +45,6 @@ bool IsRangeValid(const SDeltaHeader& header) {
 
 u32 RangeBytes(const SDeltaHeader& header) {
   return (header.lastDirtyWord - header.firstDirtyWord + 1) * sizeof(u64);
-}
-
-// Writes the whole file under a name of its own, then puts it in the overlay's place.
-bool WriteOverlayFile(const std::wstring& path, const std::vector<u8>& delta) {
-  const std::wstring unfinished = path + L".new";
-  const SOverlayHeader header = {kOverlayMagic, kOverlayVersion, delta.size()};
-  CQuillonFile file;
-  if (!file.Open(unfinished.c_str(), EFileMode::Write)) return false;
-  const bool bWritten = file.Write(&header, sizeof(header)) == sizeof(header) &&
-                        file.Write(delta.data(), delta.size()) == delta.size() && file.Sync();
-  file.Close();
-  if (bWritten && ReplaceFile(unfinished.c_str(), path.c_str())) return true;
-  RemoveFile(unfinished.c_str());
-  return false;
 }
 
 }  // namespace
@@ -115,19 +95,21 @@ void FlushPendingOverlay(CVXMachine& m) {
   if (m.bDiskFlush.load(std::memory_order_relaxed) == 0 || m.dirtyBitmap == nullptr) return;
   SStateStream stream;
   WriteDelta(m, stream);
-  std::vector<u8> delta(stream.position);
-  stream = {delta.data(), static_cast<u32>(delta.size()), 0, 0};
+  const SOverlayHeader header = {kOverlayMagic, kOverlayVersion, stream.position};
+  std::vector<u8> contents(sizeof(header) + stream.position);
+  std::memcpy(contents.data(), &header, sizeof(header));
+  stream = {contents.data() + sizeof(header), static_cast<u32>(header.deltaBytes), 0, 0};
   WriteDelta(m, stream);
 
-  const std::wstring path = OverlayPath(m.diskId);
-  if (!WriteOverlayFile(path, delta)) return;
+  const std::wstring path = OverlayPath(m);
+  if (!WriteFileWhole(path.c_str(), contents)) return;
   HostLog(ELogLevel::Information, "Flushed qilhardchunk: %ls (delta size: %i)\n", path.c_str(),
-          static_cast<i32>(delta.size()));
+          static_cast<i32>(header.deltaBytes));
 }
 
 void ReadOverlay(CVXMachine& m) {
   CQuillonFile file;
-  if (!file.Open(OverlayPath(m.diskId).c_str(), EFileMode::Read)) return;
+  if (!file.Open(OverlayPath(m).c_str(), EFileMode::Read)) return;
   const u64 fileBytes = file.Size();
   SOverlayHeader header = {};
   if (fileBytes <= sizeof(header) || file.Read(&header, sizeof(header)) != sizeof(header)) return;

@@ -1,5 +1,8 @@
 #include "machine/HostAccess.h"
 
+#include <cwchar>
+#include <iterator>
+
 namespace vx {
 
 namespace {
@@ -12,5 +15,14 @@ const SHostApi* g_host = &kNoHost;
 const SHostApi& Host() { return *g_host; }
 
 void SetHost(const SHostApi* host) { g_host = host != nullptr ? host : &kNoHost; }
+
+std::wstring HostCacheFile(const wchar_t* nameFormat, u64 identity) {
+  const wchar_t* const folder = Host().GetCachePath != nullptr ? Host().GetCachePath() : nullptr;
+  std::wstring path = folder != nullptr ? folder : L"";
+  if (path.empty() || (path.back() != L'\\' && path.back() != L'/')) path += L'\\';
+  wchar_t name[64];
+  std::swprintf(name, std::size(name), nameFormat, static_cast<unsigned long long>(identity));
+  return path + name;
+}
 
 }  // namespace vx

@@ -2,6 +2,8 @@
 // the call is skipped, and the result is 0, false or null.
 #pragma once
 
+#include <string>
+
 #include "plugin/Quillon.h"
 
 namespace vx {
@@ -21,6 +23,10 @@ inline void HostInflate(void* target, const void* source, u32 targetBytes, u32 s
 }
 
 inline f64 HostClockMs() { return Host().GetClockMs != nullptr ? Host().GetClockMs() : 0.0; }
+
+// The path of one of the component's own files: the host's folder, and a name that is made from a
+// format with one %016llX and an identity.
+std::wstring HostCacheFile(const wchar_t* nameFormat, u64 identity);
 
 inline bool HostIsConfigLocked() {
   return Host().IsConfigLocked != nullptr && Host().IsConfigLocked();
