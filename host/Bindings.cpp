@@ -9,8 +9,8 @@ constexpr std::array<SBindingCode, kBindingCodes> kCodes = {{
   // code  first player   second player   controller
   {  1,    "1",           "2",            "a"             },  // key: start
   {  2,    "A",           "R",            "b"             },
-  {  3,    "C",           "H",            "x"             },
-  {  4,    "S",           "T",            "y"             },
+  {  3,    "S",           "T",            "x"             },
+  {  4,    "D",           "Y",            "y"             },
   {  5,    "",            "",             "leftshoulder"  },
   {  6,    "",            "",             "rightshoulder" },
   {  7,    "",            "",             "dpup"          },
@@ -23,7 +23,7 @@ constexpr std::array<SBindingCode, kBindingCodes> kCodes = {{
   { 14,    "5",           "6",            "rightstick"    },  // key: coin
   { 15,    "Z",           "F",            "lefttrigger"   },
   { 16,    "X",           "G",            "righttrigger"  },
-  { 17,    "D",           "Y",            "+leftx"        },
+  { 17,    "C",           "H",            "+leftx"        },
   { 18,    "",            "",             "-leftx"        },
   { 19,    "",            "",             "+lefty"        },
   { 20,    "",            "",             "-lefty"        },

@@ -52,6 +52,19 @@ TEST(Bindings, SystemControlsGoToTheFirstRecordWhoeverPressesThem) {
   EXPECT_TRUE(Has(bindings, 0, "back", 0, 0x10));
 }
 
+TEST(Bindings, TheUpperRowOfButtonsIsOneRowOfKeysAndTheLowerRowTheNext) {
+  STable table;
+  const u32 keyCodes[] = {2, 3, 4, 15, 16, 17};
+  for (u32 i = 0; i < 6; ++i) table.rows[i] = {i, 1u << i, 0, keyCodes[i], 0, 0};
+  const auto bindings = MakeBindings(table.rows);
+  const char* const first[] = {"A", "S", "D", "Z", "X", "C"};
+  const char* const second[] = {"R", "T", "Y", "F", "G", "H"};
+  for (u32 i = 0; i < 6; ++i) {
+    EXPECT_TRUE(Has(bindings, 0, first[i], 1u << i, 0)) << first[i];
+    EXPECT_TRUE(Has(bindings, 1, second[i], 1u << i, 0)) << second[i];
+  }
+}
+
 TEST(Bindings, CodesThatMeanNothingGiveNoBinding) {
   STable table;
   table.rows[0] = {0, 0x1, 0, 37, 0xFFFFFFFF, 0};
