@@ -1,5 +1,7 @@
 #include "host/Bindings.h"
 
+#include <string_view>
+
 namespace vx {
 
 namespace {
@@ -49,13 +51,13 @@ constexpr std::array<SBindingCode, kBindingCodes> kCodes = {{
 struct SSystemControl {
   u32 systemBit;
   const char* key;
-  const char* pad;
-  u32 padIndex;
+  const char* part;
+  u32 pad;
 };
 constexpr SSystemControl kSystemControls[] = {
   // bit    key          controller      number
-  { 0x001,  "5",         "back",         0 },  // coin, first player
-  { 0x010,  "6",         "back",         1 },  // coin, second player
+  { 0x001,  "5",         "back",         1 },  // coin, first player
+  { 0x010,  "6",         "back",         2 },  // coin, second player
   { 0x100,  "7",         "",             0 },  // coin, third slot
   { 0x020,  "8",         "",             0 },  // coin, fourth slot
   { 0x002,  "F2",        "",             0 },  // test
@@ -63,6 +65,22 @@ constexpr SSystemControl kSystemControls[] = {
   { 0x008,  "Backspace", "",             0 },  // tilt
   { 0x040,  "-",         "",             0 },  // volume down
   { 0x080,  "=",         "",             0 },  // volume up
+};
+
+// The host's own actions.
+struct SHostKey {
+  u32 action;
+  const char* key;
+};
+constexpr SHostKey kHostKeys[] = {
+  { kHostPause,       "P"      },
+  { kHostPause,       "Pause"  },
+  { kHostStep,        "N"      },
+  { kHostFastForward, "Tab"    },
+  { kHostScreenshot,  "F12"    },
+  { kHostReset,       "F3"     },
+  { kHostMute,        "M"      },
+  { kHostQuit,        "Escape" },
 };
 
 // A stick moves like the digital pad: the half axis beside each of its directions.
@@ -94,27 +112,27 @@ const SBindingCode* FindCode(u32 code) {
 
 void AddPlayerControl(std::vector<SBinding>& bindings, const SInputBinding& row) {
   for (u32 player = 0; player < kHostPlayers; ++player) {
+    const SControl control{EControlKind::Pad, player, row.padBit};
     if (const SBindingCode* code = FindCode(row.bindingA)) {
       const char* key = player == 0 ? code->key1 : code->key2;
-      if (IsNamed(key)) bindings.push_back({player, key, nullptr, 0, row.padBit, 0});
+      if (IsNamed(key)) bindings.push_back({control, {0, key}});
     }
     const SBindingCode* code = FindCode(row.bindingB);
     if (code == nullptr || !IsNamed(code->pad)) continue;
-    bindings.push_back({player, nullptr, code->pad, player, row.padBit, 0});
+    bindings.push_back({control, {player + 1, code->pad}});
     for (const SStickTwin& twin : kStickTwins) {
       if (twin.pad != code->pad) continue;
-      bindings.push_back({player, nullptr, twin.halfAxis, player, row.padBit, 0});
+      bindings.push_back({control, {player + 1, twin.halfAxis}});
     }
   }
 }
 
 void AddSystemControl(std::vector<SBinding>& bindings, u32 systemBit) {
-  for (const SSystemControl& control : kSystemControls) {
-    if (control.systemBit != systemBit) continue;
-    bindings.push_back({0, control.key, nullptr, 0, 0, systemBit});
-    if (IsNamed(control.pad)) {
-      bindings.push_back({0, nullptr, control.pad, control.padIndex, 0, systemBit});
-    }
+  for (const SSystemControl& row : kSystemControls) {
+    if (row.systemBit != systemBit) continue;
+    const SControl control{EControlKind::System, 0, systemBit};
+    bindings.push_back({control, {0, row.key}});
+    if (IsNamed(row.part)) bindings.push_back({control, {row.pad, row.part}});
   }
 }
 
@@ -127,6 +145,9 @@ std::vector<SBinding> MakeBindings(const SInputBinding (&table)[kInputBindingCou
   for (const SInputBinding& row : table) {
     if (row.padBit != 0) AddPlayerControl(bindings, row);
     if (row.systemBit != 0) AddSystemControl(bindings, row.systemBit);
+  }
+  for (const SHostKey& row : kHostKeys) {
+    bindings.push_back({{EControlKind::Host, 0, row.action}, {0, row.key}});
   }
   return bindings;
 }

@@ -5,14 +5,14 @@
 #pragma once
 
 #include <array>
-#include <string_view>
+#include <string>
 #include <vector>
 
+#include "host/ControlNames.h"
 #include "plugin/Quillon.h"
 
 namespace vx {
 
-inline constexpr u32 kHostPlayers = 2;
 inline constexpr u32 kBindingCodes = 36;
 
 // The vocabulary: codes 1 to 36. Keys are named by their place on a US keyboard. Parts of a
@@ -25,19 +25,25 @@ struct SBindingCode {
 };
 const std::array<SBindingCode, kBindingCodes>& BindingCodes();
 
-// One wire from a key or a controller part to one control of one player's record.
-struct SBinding {
-  u32 player;       // record whose bits are set
-  const char* key;  // or null
-  const char* pad;  // or null; on controller number `padIndex`
-  u32 padIndex;
-  u32 padBit;
-  u32 systemBit;
+// A key, or a part of a controller.
+struct SSource {
+  u32 pad;           // 0: a key; else the controller's number from 1
+  std::string name;  // as in the vocabulary
+
+  bool operator==(const SSource&) const = default;
 };
 
-// All wires for the component's table. Players have their own pad bits; system controls (coins,
-// test, service) all go to the first record, whoever presses them. Rows with neither bit, and codes
-// beyond the vocabulary, give none.
+// One wire from a key or a part of a controller to one control.
+struct SBinding {
+  SControl control;
+  SSource source;
+
+  bool operator==(const SBinding&) const = default;
+};
+
+// All wires for the component's table, and those of the host's own actions. Players have their own
+// pad bits; system controls (coins, test, service) all go to the first record, whoever presses
+// them. Codes beyond the vocabulary give none.
 std::vector<SBinding> MakeBindings(const SInputBinding (&table)[kInputBindingCount]);
 
 }  // namespace vx

@@ -1,9 +1,13 @@
 #include "host/Folders.h"
 
 #include <unistd.h>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
+
+#include "host/HostError.h"
 
 namespace vx {
 
@@ -21,6 +25,14 @@ std::string DefaultCacheFolder() {
   return (temporary / ("vxrun-" + std::to_string(getuid()))).string() + "/";
 }
 
+std::string DefaultConfigFolder() {
+  const char* xdg = std::getenv("XDG_CONFIG_HOME");
+  if (xdg != nullptr && xdg[0] == '/') return std::string(xdg) + "/vxrun/";
+  const char* home = std::getenv("HOME");
+  if (home != nullptr && home[0] == '/') return std::string(home) + "/.config/vxrun/";
+  return "";
+}
+
 bool EnsureFolder(const std::string& path) noexcept {
   try {
     std::error_code error;
@@ -36,6 +48,23 @@ std::string DefaultComponentPath() {
   const fs::path self = fs::read_symlink("/proc/self/exe", error);
   const fs::path folder = error ? fs::path(".") : self.parent_path();
   return (folder / "machine_vx.so").string();
+}
+
+CTemporaryFolder::CTemporaryFolder() {
+  std::error_code error;
+  fs::path folder = fs::temp_directory_path(error);
+  if (error) folder = ".";
+  path_ = (folder / "vxrun-XXXXXX").string();
+  if (mkdtemp(path_.data()) == nullptr) {
+    throw CHostError(EExitCode::OutputFailed,
+                     folder.string() + ": no folder can be made there: " + std::strerror(errno));
+  }
+  path_.push_back('/');
+}
+
+CTemporaryFolder::~CTemporaryFolder() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
 }
 
 }  // namespace vx

@@ -9,10 +9,29 @@ namespace vx {
 // $HOME/.cache/vxrun/, or a folder among the temporary files when neither is known.
 std::string DefaultCacheFolder();
 
+// The user's folder for what a person sets up, ending in "/": $XDG_CONFIG_HOME/vxrun/, or
+// $HOME/.config/vxrun/. Empty when neither is known.
+std::string DefaultConfigFolder();
+
 // Makes the folder and all above it; true if it is there and is a folder afterwards.
 bool EnsureFolder(const std::string& path) noexcept;
 
 // The component's place by default: machine_vx.so beside the running program.
 std::string DefaultComponentPath();
+
+// A new folder among the temporary files; it goes with all that is in it.
+class CTemporaryFolder {
+ public:
+  // Throws CHostError (OutputFailed).
+  CTemporaryFolder();
+  ~CTemporaryFolder();
+  CTemporaryFolder(const CTemporaryFolder&) = delete;
+  CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
+
+  const std::string& Path() const { return path_; }  // ends in "/"
+
+ private:
+  std::string path_;
+};
 
 }  // namespace vx

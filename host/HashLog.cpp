@@ -25,6 +25,10 @@ void CHashLog::Write(u64 frame, const std::vector<std::optional<u64>>& values) {
   file_.Write(line_.data(), line_.size());
 }
 
+u64 HashBytes(const void* data, u64 bytes, u64 previous) {
+  return XXH3_64bits_withSeed(data, bytes, previous);
+}
+
 u64 HashPicture(const u32* pixels, u32 width, u32 height) {
   return XXH3_64bits(pixels, u64{width} * height * sizeof(u32));
 }

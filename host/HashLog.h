@@ -28,4 +28,7 @@ class CHashLog {
 // Hash of a picture: its pixels as they lie.
 u64 HashPicture(const u32* pixels, u32 width, u32 height);
 
+// Hash of bytes, begun from the hash of others.
+u64 HashBytes(const void* data, u64 bytes, u64 previous);
+
 }  // namespace vx

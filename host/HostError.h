@@ -16,6 +16,8 @@ enum class EExitCode : int {
   NoDisplay = 6,
   OutputFailed = 7,
   OutOfMemory = 8,
+  Desync = 9,
+  MovieUnusable = 10,
   Interrupted = 130,
 };
 
@@ -27,14 +29,16 @@ struct SExitCodeText {
 // clang-format off
 inline constexpr SExitCodeText kExitCodeTexts[] = {
   { EExitCode::Ok,                "the run ended as asked" },
-  { EExitCode::Usage,             "an option, argument or setting is wrong" },
-  { EExitCode::FileUnreadable,    "the pack file is missing or cannot be read" },
+  { EExitCode::Usage,             "an option, a setting or a line of a text file is wrong" },
+  { EExitCode::FileUnreadable,    "the pack or another file is missing or cannot be read" },
   { EExitCode::NotAPack,          "the file is no pack, or a pack of another version or board" },
   { EExitCode::PackDamaged,       "the pack is truncated or damaged" },
   { EExitCode::ComponentUnusable, "the component cannot be loaded" },
   { EExitCode::NoDisplay,         "there is no display for a window" },
   { EExitCode::OutputFailed,      "an output file or folder cannot be written" },
   { EExitCode::OutOfMemory,       "the pack needs more memory than there is" },
+  { EExitCode::Desync,            "the machine left the path that the input movie recorded" },
+  { EExitCode::MovieUnusable,     "the input movie is damaged, or made with another pack" },
   { EExitCode::Interrupted,       "interrupted before the last frame that was asked for" },
 };
 // clang-format on

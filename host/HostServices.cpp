@@ -28,6 +28,7 @@ void Log(i32 level, const char* format, ...) {
 
 void Inflate(void* target, const void* source, u32 targetBytes, u32 sourceBytes, u32 /*flag*/) {
   const SInflateResult result = InflateBlock(target, targetBytes, source, sourceBytes);
+  CHostServices::Get().RecordInflate(targetBytes);
   if (result.bExact) return;
   CHostServices::Get().RecordInflateFailure({sourceBytes, targetBytes, result.producedBytes});
 }
@@ -44,17 +45,14 @@ u64 HashDataMore(const void* data, u64 bytes, u64 previous) {
   return XXH3_64bits_withSeed(data, bytes, previous);
 }
 
-f64 GetClockMs() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return std::chrono::duration<f64, std::milli>(now).count();
-}
+f64 GetClockMs() { return CHostServices::Get().ClockMs(); }
 
 void* AcquireFrameBuffer(u64 /*frameSequence*/, u32 width, u32 height, u32 bytesPerPixel,
                          bool /*bSpeculative*/) {
   return CHostServices::Get().FrameBuffers().Acquire(width, height, bytesPerPixel);
 }
 
-bool IsConfigLocked() { return false; }
+bool IsConfigLocked() { return CHostServices::Get().HasLockedConfig(); }
 
 // The spatial mixer is off. A source's handle must not be null, so all share one.
 u8 spatialHandle;
@@ -150,6 +148,29 @@ void CHostServices::ClearInflateFailures() {
   const std::lock_guard lock(mutex_);
   firstFailure_.reset();
   inflateFailures_.store(0, std::memory_order_release);
+}
+
+void CHostServices::CountInflates(u32 blockBytes) {
+  countedInflates_.store(0, std::memory_order_relaxed);
+  countedBytes_.store(blockBytes, std::memory_order_relaxed);
+}
+
+void CHostServices::RecordInflate(u32 blockBytes) noexcept {
+  if (blockBytes != countedBytes_.load(std::memory_order_relaxed)) return;
+  countedInflates_.fetch_add(1, std::memory_order_relaxed);
+}
+
+void CHostServices::SetBoardClock(f64 milliseconds) {
+  boardClockMs_.store(milliseconds, std::memory_order_relaxed);
+  bBoardClock_.store(true, std::memory_order_release);
+}
+
+f64 CHostServices::ClockMs() const noexcept {
+  if (bBoardClock_.load(std::memory_order_acquire)) {
+    return boardClockMs_.load(std::memory_order_relaxed);
+  }
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<f64, std::milli>(now).count();
 }
 
 }  // namespace vx

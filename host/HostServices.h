@@ -44,6 +44,21 @@ class CHostServices {
   void RecordInflateFailure(const SInflateFailure& failure) noexcept;
   void ClearInflateFailures();
 
+  // Counts the blocks of this size that have been unpacked since.
+  void CountInflates(u32 blockBytes);
+  u32 CountedInflates() const { return countedInflates_.load(std::memory_order_relaxed); }
+  void RecordInflate(u32 blockBytes) noexcept;
+
+  // Whether the component is to follow the settings blob that it was last given.
+  void LockConfig(bool bLocked) { bConfigLocked_.store(bLocked, std::memory_order_release); }
+  bool HasLockedConfig() const { return bConfigLocked_.load(std::memory_order_acquire); }
+
+  // Replaces the real clock by one that moves only when it is told to: a run is then a function of
+  // its input alone.
+  void SetBoardClock(f64 milliseconds);
+  void UseRealClock() { bBoardClock_.store(false, std::memory_order_release); }
+  f64 ClockMs() const noexcept;
+
   CHostServices(const CHostServices&) = delete;
   CHostServices& operator=(const CHostServices&) = delete;
 
@@ -53,12 +68,17 @@ class CHostServices {
   SHostApi api_{};
   CComponentLog log_;
   CFrameBufferRing frameBuffers_;
-  std::mutex mutex_;  // guards what follows, the atomic apart
+  std::mutex mutex_;  // guards what follows, the atomics apart
   std::string cacheFolder_;
   std::wstring cacheFolderWide_;
   bool bCacheFolderMade_ = false;
   std::optional<SInflateFailure> firstFailure_;
   std::atomic<u64> inflateFailures_{0};
+  std::atomic<u32> countedBytes_{0};
+  std::atomic<u32> countedInflates_{0};
+  std::atomic<bool> bConfigLocked_{false};
+  std::atomic<bool> bBoardClock_{false};
+  std::atomic<f64> boardClockMs_{0};
 };
 
 }  // namespace vx

@@ -1,5 +1,6 @@
 #include "host/OutputFile.h"
 
+#include <unistd.h>
 #include <cerrno>
 #include <cstring>
 
@@ -22,6 +23,15 @@ void COutputFile::Write(const void* data, u64 bytes) {
 
 void COutputFile::Seek(u64 position) {
   if (std::fseek(file_, static_cast<long>(position), SEEK_SET) != 0) Fail("cannot be written: ");
+}
+
+void COutputFile::Flush() {
+  if (std::fflush(file_) != 0) Fail("cannot be written: ");
+}
+
+void COutputFile::Sync() {
+  Flush();
+  if (fsync(fileno(file_)) != 0 && errno != EINVAL) Fail("cannot be written: ");
 }
 
 void COutputFile::Close() {

@@ -19,6 +19,10 @@ class COutputFile {
 
   void Write(const void* data, u64 bytes);
   void Seek(u64 position);
+  // Hands what is buffered to the system, so that it outlives this process.
+  void Flush();
+  // Flush, and on to the disk itself.
+  void Sync();
   // Writes out what is buffered and closes; nothing may follow.
   void Close();
 

@@ -196,7 +196,7 @@ void CheckDiskGeometry(const CPackFile& file, const SEntry& disk, SPackInfo& inf
   }
 }
 
-void CheckChunkTable(const CPackFile& file, const SEntry& disk) {
+void CheckChunkTable(const CPackFile& file, const SEntry& disk, SPackInfo& info) {
   if (!file.Holds(disk.size, u64{disk.chunkCount} * sizeof(u16))) {
     file.Fail(EExitCode::PackDamaged,
               Format("is truncated or damaged: the table of its %u disk chunks (at %llu) reaches "
@@ -222,6 +222,7 @@ void CheckChunkTable(const CPackFile& file, const SEntry& disk) {
                                 disk.inflatedBytes, Wide(stored)));
       }
       offset += stored;
+      if (sizes[i] != 0) ++info.deflatedChunkCount;
     }
     first += count;
   }
@@ -241,7 +242,7 @@ SPackInfo CheckPack(const std::string& path, u64 memoryBytes) {
   }
   const SEntry& disk = entries[kPackRomCount];
   CheckDiskGeometry(file, disk, info, memoryBytes);
-  CheckChunkTable(file, disk);
+  CheckChunkTable(file, disk, info);
   return info;
 }
 

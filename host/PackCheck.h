@@ -22,7 +22,8 @@ struct SPackInfo {
   std::array<SPackRom, kPackRomCount> roms{};
   u32 chunkBytes = 0;
   u32 chunkCount = 0;
-  u64 imageBytes = 0;  // memory that the disk takes: chunk count times chunk size
+  u32 deflatedChunkCount = 0;  // the others are stored as they are
+  u64 imageBytes = 0;          // memory that the disk takes: chunk count times chunk size
 };
 
 // Throws CHostError with a sentence that names the file: FileUnreadable, NotAPack, PackDamaged, or

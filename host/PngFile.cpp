@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "host/HostError.h"
+#include "host/InputFile.h"
+#include "host/Text.h"
 
 namespace vx {
 
@@ -30,6 +32,15 @@ void WritePng(const std::string& path, const u32* pixels, u32 width, u32 height)
     png_image_free(&image);
     throw CHostError(EExitCode::OutputFailed, path + ": cannot be written: " + reason);
   }
+}
+
+std::string FreePicturePath(const std::string& folder, const std::string& stem, u64 frame) {
+  std::string start = folder;
+  if (!start.empty() && start.back() != '/') start.push_back('/');
+  start += stem + Format("_%06llu", static_cast<unsigned long long>(frame));
+  std::string path = start + ".png";
+  for (u32 number = 2; PathExists(path); ++number) path = start + Format("_%u.png", number);
+  return path;
 }
 
 }  // namespace vx

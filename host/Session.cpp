@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/HashLog.h"
 #include "host/HostError.h"
 #include "host/HostServices.h"
 #include "host/Text.h"
@@ -70,14 +71,37 @@ void CSession::Start(const std::string& packPath, const SPackInfo& pack) {
                      packPath + ": the component opens only names in UTF-8; rename the file");
   }
   CHostServices::Get().ClearInflateFailures();
+  CHostServices::Get().CountInflates(pack.chunkBytes);
   if (!machine_->LoadPack(ToWide(packPath).c_str())) {
     throw CHostError(EExitCode::PackDamaged,
                      packPath_ + ": is refused by the component, though its tables look sound");
   }
   CheckForDamage();
+  Reset();
+}
+
+void CSession::Reset() {
   // A reset puts the pending settings to fixed values, so they are applied behind it.
   machine_->Reset();
   machine_->ApplySettings();
+}
+
+SDiskProgress CSession::DiskProgress() const {
+  // Blocks are told apart by their size alone, so ROMs of a chunk's size have been counted too.
+  const u32 counted = CHostServices::Get().CountedInflates();
+  const auto romCount =
+      static_cast<u32>(std::ranges::count(pack_.roms, pack_.chunkBytes, &SPackRom::inflatedBytes));
+  const u32 chunks = counted - std::min(counted, romCount);
+  return {std::min(chunks, pack_.deflatedChunkCount), pack_.deflatedChunkCount};
+}
+
+u64 CSession::HashMachine() {
+  u64 base = 0;
+  u64 bytes = 0;
+  component_.Table().GetMemoryRegion(&base, &bytes, 0);
+  const u8* memory = machine_->GetMemoryImage();
+  const u64 state = machine_->HashState();
+  return memory == nullptr ? state : HashBytes(memory + base, bytes, state);
 }
 
 void CSession::RunFrame(const SInputRecord* records, u32 count) {

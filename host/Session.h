@@ -8,6 +8,7 @@
 
 #include "host/Component.h"
 #include "host/PackCheck.h"
+#include "host/PlayControl.h"
 #include "plugin/Quillon.h"
 
 namespace vx {
@@ -38,6 +39,15 @@ class CSession {
   // Runs one frame under these controls. Throws CHostError (PackDamaged) if data of the pack was
   // found not to unpack: the disk is unpacked while frames run.
   void RunFrame(const SInputRecord* records, u32 count);
+
+  // Power-on state again, with the settings as they are now.
+  void Reset();
+
+  // How far the disk of this pack is unpacked. One session of the process at a time.
+  SDiskProgress DiskProgress() const;
+
+  // Hash of what the machine calls its state and of the whole guest memory.
+  u64 HashMachine();
 
   u64 HashState() { return machine_->HashState(); }
   u64 FrameCount() { return machine_->GetFrameCount(); }

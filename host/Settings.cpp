@@ -88,26 +88,44 @@ const SSettingRecord* CSettings::Find(const std::string& key) const {
                       [&](const SSettingRecord& record) { return key == record.key; });
 }
 
-void CSettings::Set(const std::string& assignment) {
+void CSettings::Set(const std::string& assignment, const std::string& origin) {
   const std::size_t equals = assignment.find('=');
   if (equals == std::string::npos || equals == 0) {
-    throw CHostError(EExitCode::Usage, "--set " + assignment + ": a setting is given as KEY=VALUE");
+    throw CHostError(EExitCode::Usage, origin + "a setting is given as KEY=VALUE");
   }
   const std::string key = assignment.substr(0, equals);
   const SSettingRecord* record = Find(key);
   if (record == end_) {
-    throw CHostError(EExitCode::Usage, "--set " + assignment + ": there is no setting " + key +
-                                           "; --list-settings shows them all");
+    throw CHostError(EExitCode::Usage,
+                     origin + "there is no setting " + key + "; --list-settings shows them all");
   }
   const std::optional<u32> value = ParseValue(*record, assignment.substr(equals + 1));
   const u32 minimum = ReadValue(*record, record->minimum);
   const u32 step = std::max(1u, ReadValue(*record, record->step));
   if (!value || *value < minimum || *value > ReadValue(*record, record->maximum) ||
       (*value - minimum) % step != 0) {
-    throw CHostError(EExitCode::Usage,
-                     "--set " + assignment + ": " + key + " takes " + Choices(*record));
+    throw CHostError(EExitCode::Usage, origin + key + " takes " + Choices(*record));
   }
   WriteCurrent(*record, *value);
+}
+
+std::vector<std::string> CSettings::Assignments() const {
+  std::vector<std::string> assignments;
+  for (const SSettingRecord* record = begin_; record != end_; ++record) {
+    assignments.push_back(Format("%s=%u", record->key, ReadValue(*record, record->current)));
+  }
+  return assignments;
+}
+
+std::string CSettings::FileText() const {
+  std::string text = "# Settings of vxrun: KEY = VALUE\n";
+  for (const SSettingRecord* record = begin_; record != end_; ++record) {
+    text += Format("\n# %s%s; default %u\n%s = %u\n",
+                   record->kind == ESettingKind::Boolean ? "switch, " : "",
+                   Choices(*record).c_str(), ReadValue(*record, record->defaultValue), record->key,
+                   ReadValue(*record, record->current));
+  }
+  return text;
 }
 
 std::string CSettings::Describe() const {

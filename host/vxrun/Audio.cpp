@@ -36,8 +36,13 @@ void CAudio::Open(u32 rateHz) {
   if (device_ != 0) SDL_PauseAudioDevice(device_, 0);
 }
 
+void CAudio::SetMuted(bool bMuted) {
+  if (bMuted && !bMuted_ && device_ != 0) SDL_ClearQueuedAudio(device_);
+  bMuted_ = bMuted;
+}
+
 void CAudio::Play(const i16* samples, u32 count, u32 rateHz) {
-  if (rateHz == 0) return;
+  if (rateHz == 0 || bMuted_) return;
   if (rateHz != rateHz_) Open(rateHz);
   if (device_ == 0) return;
   const u32 queuedBytes = SDL_GetQueuedAudioSize(device_);

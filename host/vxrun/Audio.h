@@ -16,6 +16,9 @@ class CAudio {
   CAudio(const CAudio&) = delete;
   CAudio& operator=(const CAudio&) = delete;
 
+  // Muting drops what has not been heard yet.
+  void SetMuted(bool bMuted);
+
   // `count` 16-bit values, left and right in turn.
   void Play(const i16* samples, u32 count, u32 rateHz);
 
@@ -24,6 +27,7 @@ class CAudio {
 
   SDL_AudioDeviceID device_ = 0;
   u32 rateHz_ = 0;
+  bool bMuted_ = false;
 };
 
 }  // namespace vx

@@ -15,8 +15,9 @@ constexpr u64 kMaxFrames = u64{1} << 53;  // counted exactly by any tool that re
 std::string Footer() {
   std::string text =
       "Keys: arrows move, A S D and Z X C are the buttons, 1 starts, 5 inserts a coin, F2 is the\n"
-      "test switch, Esc quits. Second player: I K J L, R T Y and F G H, 2, 6. Controllers work "
-      "too.\n"
+      "test switch. Second player: I K J L, R T Y and F G H, 2, 6. Controllers work too.\n"
+      "P pauses, N runs one frame, Tab held is fast forward, F12 saves a screenshot and names its\n"
+      "file, F3 resets the board, M mutes, Esc quits. --list-controls shows all of them.\n"
       "\nExit codes:\n";
   for (const SExitCodeText& row : kExitCodeTexts) {
     text += Format("  %3d  %s\n", static_cast<int>(row.code), row.meaning);
@@ -67,13 +68,31 @@ void Declare(CLI::App& app, SOptions& options) {
   app.add_option("--wav", options.wavPath, "Write the sound as 16-bit stereo")
       ->type_name("FILE")
       ->group("Output");
+  app.add_option("--screenshots", options.screenshotFolder,
+                 "Folder for the screenshot key [the current one]")
+      ->type_name("DIR")
+      ->group("Output");
 
   app.add_option("--set", options.settings, "Change a setting; may be given several times")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false)
       ->group("Board");
+  app.add_option("--settings", options.settingsPath,
+                 "File of settings [~/.config/vxrun/settings.conf]")
+      ->type_name("FILE")
+      ->group("Board");
   app.add_flag("--list-settings", options.bListSettings, "Show all settings and end")
       ->group("Board");
+  app.add_flag("--save-settings", options.bSaveSettings,
+               "Keep the settings of this run in the file of settings")
+      ->group("Board");
+  app.add_option("--controls", options.controlsPath,
+                 "File of keys and controller parts [~/.config/vxrun/controls.conf]")
+      ->type_name("FILE")
+      ->group("Input");
+  app.add_flag("--list-controls", options.bListControls,
+               "Show all controls, as a file for --controls, and end")
+      ->group("Input");
   app.add_option("--component", options.componentPath,
                  "The component to load [machine_vx.so beside this program]")
       ->type_name("FILE")
@@ -93,9 +112,8 @@ std::optional<SOptions> ParseOptions(int argc, char** argv, int& exitCode) {
   Declare(app, options);
   try {
     app.parse(argc, argv);
-    if (options.packPath.empty() && !options.bListSettings) {
-      throw CLI::RequiredError("PACK");
-    }
+    const bool bLooksOnly = options.bListSettings || options.bSaveSettings || options.bListControls;
+    if (options.packPath.empty() && !bLooksOnly) throw CLI::RequiredError("PACK");
   } catch (const CLI::CallForHelp& help) {
     exitCode = app.exit(help);
     return std::nullopt;

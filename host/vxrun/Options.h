@@ -14,7 +14,11 @@ struct SOptions {
   std::string componentPath;
   std::string cacheFolder;  // empty: the default
   std::vector<std::string> settings;
+  std::string settingsPath;  // empty: the user's own
   bool bListSettings = false;
+  bool bSaveSettings = false;
+  std::string controlsPath;  // empty: the user's own
+  bool bListControls = false;
 
   bool bHeadless = false;
   u64 frames = 0;   // 0: until stopped
@@ -26,6 +30,7 @@ struct SOptions {
   u64 pngEvery = 1;
   std::string hashLogPath;
   std::string wavPath;
+  std::string screenshotFolder;  // empty: the current folder
 
   bool bTimeToFirstFrame = false;
   bool bVerbose = false;

@@ -13,28 +13,18 @@ constexpr u64 kDrawEveryNs = 200'000'000;
 constexpr const char* kClearLine = "\r\033[K";
 }  // namespace
 
-CProgress::CProgress(u64 totalFrames)
-    : totalFrames_(totalFrames),
-      bTerminal_(isatty(STDERR_FILENO) != 0),
-      nextDrawNs_(MonotonicNs() + kFirstDrawNs) {}
+CProgress::CProgress()
+    : bTerminal_(isatty(STDERR_FILENO) != 0), nextDrawNs_(MonotonicNs() + kFirstDrawNs) {}
 
-CProgress::~CProgress() {
-  if (bDrawn_) std::fputs(kClearLine, stderr);
-}
+CProgress::~CProgress() { Draw(""); }
 
-void CProgress::Update(u64 framesDone) {
-  if (!bTerminal_) return;
-  const u64 nowNs = MonotonicNs();
-  if (nowNs < nextDrawNs_) return;
-  nextDrawNs_ = nowNs + kDrawEveryNs;
-  bDrawn_ = true;
-  const auto done = static_cast<unsigned long long>(framesDone);
-  if (totalFrames_ == 0) {
-    std::fprintf(stderr, "%sframe %llu", kClearLine, done);
-  } else {
-    std::fprintf(stderr, "%sframe %llu of %llu (%llu%%)", kClearLine, done,
-                 static_cast<unsigned long long>(totalFrames_), done * 100 / totalFrames_);
-  }
+bool CProgress::IsDue() const { return bTerminal_ && MonotonicNs() >= nextDrawNs_; }
+
+void CProgress::Draw(const std::string& text) {
+  if (!bDrawn_ && text.empty()) return;
+  nextDrawNs_ = MonotonicNs() + kDrawEveryNs;
+  std::fprintf(stderr, "%s%s", kClearLine, text.c_str());
+  bDrawn_ = !text.empty();
 }
 
 }  // namespace vx

@@ -4,12 +4,12 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <optional>
 #include <thread>
 
 #include "host/Bindings.h"
 #include "host/Component.h"
+#include "host/ControlsFile.h"
 #include "host/Folders.h"
 #include "host/FramePacer.h"
 #include "host/HostServices.h"
@@ -17,11 +17,11 @@
 #include "host/Session.h"
 #include "host/Settings.h"
 #include "host/Text.h"
-#include "host/vxrun/Audio.h"
 #include "host/vxrun/Outputs.h"
 #include "host/vxrun/Progress.h"
+#include "host/vxrun/Setup.h"
+#include "host/vxrun/Stage.h"
 #include "host/vxrun/StopSignal.h"
-#include "host/vxrun/Window.h"
 
 namespace vx {
 
@@ -37,48 +37,10 @@ void PrepareServices(const SOptions& options) {
   services.SetCacheFolder(options.cacheFolder);
 }
 
-void ChangeSettings(const SOptions& options, const CComponent& component) {
-  CSettings settings(component.Table().GetSettings());
-  for (const std::string& assignment : options.settings) settings.Set(assignment);
-}
-
-// Window, controls and sound device of a run that is seen.
-class CStage {
- public:
-  CStage(const SOptions& options, const CComponent& component, CSession& session)
-      : window_(std::filesystem::path(options.packPath).filename().string() + " - vxrun",
-                session.Machine().GetWidth(), session.Machine().GetHeight(), options.scale),
-        controls_(Bindings(component)) {}
-
-  CWindow& Window() { return window_; }
-  CAudio& Audio() { return audio_; }
-
-  // False once the player has left.
-  bool ReadControls(CSession& session, std::array<SInputRecord, kHostPlayers>& records) {
-    if (!window_.HandleEvents(controls_)) return false;
-    controls_.Read(records);
-    constexpr i8 kDropOpposites = 0;
-    for (SInputRecord& record : records) {
-      session.Machine().FilterDirections(&record.padBits, kDropOpposites);
-    }
-    return true;
-  }
-
- private:
-  static std::vector<SBinding> Bindings(const CComponent& component) {
-    SInputBinding table[kInputBindingCount] = {};
-    component.Table().GetInputBindings(table);
-    return MakeBindings(table);
-  }
-
-  CWindow window_;
-  CControls controls_;
-  CAudio audio_;
-};
-
 class CRun {
  public:
-  CRun(const SOptions& options, const CStartClock& startClock, const CComponent& component)
+  CRun(const SOptions& options, const CStartClock& startClock, const CComponent& component,
+       const std::vector<SBinding>& bindings)
       : options_(options),
         startClock_(startClock),
         component_(component),
@@ -86,7 +48,7 @@ class CRun {
         session_(component, Hooks()) {
     if (!options.bHeadless) {
       video_.emplace();
-      stage_.emplace(options, component, session_);
+      stage_.emplace(options, bindings, session_);
     }
   }
 
@@ -109,7 +71,10 @@ class CRun {
 
   SSessionHooks Hooks() {
     return {
-        .wantsPicture = [this] { return stage_ || outputs_.WantsPicture(framesDone_ + 1); },
+        .wantsPicture =
+            [this] {
+              return (stage_ && stage_->WantsPicture()) || outputs_.WantsPicture(framesDone_ + 1);
+            },
         .onPicture = [this](const u32* pixels, u32 width,
                             u32 height) { TakePicture(pixels, width, height); },
         .onSound = [this](const i16* samples, u32 count) { TakeSound(samples, count); },
@@ -117,14 +82,14 @@ class CRun {
   }
 
   void TakePicture(const u32* pixels, u32 width, u32 height) {
-    if (stage_) stage_->Window().TakePicture(pixels, width, height);
+    if (stage_) stage_->TakePicture(pixels, width, height);
     const u64 frame = framesDone_ + 1;
     if (outputs_.WantsPicture(frame)) outputs_.TakePicture(frame, pixels, width, height);
   }
 
   void TakeSound(const i16* samples, u32 count) {
     outputs_.TakeSound(samples, count, RateHz());
-    if (stage_) stage_->Audio().Play(samples, count, RateHz());
+    if (stage_) stage_->TakeSound(samples, count, RateHz());
   }
 
   u32 RateHz() {
@@ -133,26 +98,42 @@ class CRun {
   }
 
   void PlayFrames(u64 limit, u64 startNs) {
-    CProgress progress(limit);
+    CProgress progress;
     CFramePacer pacer(component_.FrameRate(), startNs);
-    std::array<SInputRecord, kHostPlayers> records{};
     while (!StopRequested() && (limit == 0 || framesDone_ < limit)) {
-      if (stage_ && !stage_->ReadControls(session_, records)) break;
-      session_.RunFrame(records.data(), kHostPlayers);
-      ++framesDone_;
-      outputs_.EndFrame(framesDone_, session_);
-      if (stage_) stage_->Window().Present();
-      if (framesDone_ == 1 && options_.bTimeToFirstFrame) {
-        std::printf("first frame after %.1f ms\n", startClock_.ElapsedMs());
-      }
-      if (!stage_) {
-        progress.Update(framesDone_);
-      } else if (!options_.bUnthrottled) {
+      if (stage_ && !stage_->HandleEvents()) break;
+      const bool bRuns = !stage_ || stage_->Play().TakeFrame();
+      if (bRuns) PlayFrame();
+      if (stage_) stage_->Present(framesDone_, session_.DiskProgress());
+      ShowProgress(progress, limit);
+      if (!bRuns) {
+        stage_->Idle();
+      } else if (stage_ && !options_.bUnthrottled && !stage_->Play().IsFast()) {
         pacer.SetRate(component_.FrameRate());
         const u64 waitNs = pacer.FinishFrame(MonotonicNs());
         if (waitNs != 0) std::this_thread::sleep_for(std::chrono::nanoseconds(waitNs));
       }
     }
+  }
+
+  void PlayFrame() {
+    std::array<SInputRecord, kHostPlayers> records{};
+    if (stage_) stage_->ReadControls(records);
+    if (stage_ && stage_->Play().TakeReset()) session_.Reset();
+    session_.RunFrame(records.data(), kHostPlayers);
+    ++framesDone_;
+    outputs_.EndFrame(framesDone_, session_);
+    if (framesDone_ == 1 && options_.bTimeToFirstFrame) {
+      std::printf("first frame after %.1f ms\n", startClock_.ElapsedMs());
+    }
+  }
+
+  // A window tells the number of frames to nobody, but its disk too may take a while.
+  void ShowProgress(CProgress& progress, u64 limit) {
+    if (!progress.IsDue()) return;
+    const SDiskProgress disk = session_.DiskProgress();
+    const bool bShown = !stage_ || !disk.IsComplete();
+    progress.Draw(bShown ? ProgressLine(framesDone_, limit, disk) : "");
   }
 
   void Report(f64 seconds) {
@@ -181,18 +162,27 @@ class CRun {
 
 EExitCode Run(const SOptions& options, const CStartClock& startClock) {
   PrepareServices(options);
-  if (options.bListSettings) {
-    const CComponent component(options.componentPath);
-    ChangeSettings(options, component);
-    std::fputs(CSettings(component.Table().GetSettings()).Describe().c_str(), stdout);
-    return EExitCode::Ok;
-  }
-  const SPackInfo pack = CheckPack(options.packPath, PhysicalMemoryBytes());
+  std::optional<SPackInfo> pack;
+  if (!options.packPath.empty()) pack = CheckPack(options.packPath, PhysicalMemoryBytes());
   const CComponent component(options.componentPath);
-  ChangeSettings(options, component);
+  TakeSettingsFile(options, component);
+  TakeSettingOptions(options, component);
+  std::vector<SBinding> bindings;
+  const bool bWindow = pack && !options.bHeadless;
+  if (bWindow || !options.controlsPath.empty() || options.bListControls) {
+    bindings = LoadControls(options, component);
+  }
+  if (options.bSaveSettings) SaveSettings(options, component);
+  if (options.bListSettings) {
+    std::fputs(CSettings(component.Table().GetSettings()).Describe().c_str(), stdout);
+  }
+  if (options.bListControls) {
+    std::fputs(DescribeControls(bindings, ListControls(component)).c_str(), stdout);
+  }
+  if (options.bListSettings || options.bListControls || !pack) return EExitCode::Ok;
   InstallStopSignals();
-  CRun run(options, startClock, component);
-  return run.Play(pack);
+  CRun run(options, startClock, component, bindings);
+  return run.Play(*pack);
 }
 
 }  // namespace vx

@@ -52,7 +52,7 @@ CSdlVideo::CSdlVideo() {
 CSdlVideo::~CSdlVideo() { SDL_Quit(); }
 
 CWindow::CWindow(const std::string& title, u32 width, u32 height, u32 scale)
-    : width_(static_cast<i32>(width)), height_(static_cast<i32>(height)) {
+    : width_(static_cast<i32>(width)), height_(static_cast<i32>(height)), title_(title) {
   const i32 factor = ChooseScale(width_, height_, scale);
   window_ = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED,
                              width_ * factor, height_ * factor,
@@ -75,8 +75,7 @@ bool CWindow::HandleEvents(CControls& controls) {
   bool bStays = true;
   SDL_Event event;
   while (SDL_PollEvent(&event) != 0) {
-    const bool bEscape = event.type == SDL_KEYDOWN && event.key.keysym.sym == SDLK_ESCAPE;
-    if (event.type == SDL_QUIT || bEscape) bStays = false;
+    if (event.type == SDL_QUIT) bStays = false;
     controls.HandleEvent(event);
   }
   return bStays;
@@ -86,6 +85,14 @@ void CWindow::TakePicture(const u32* pixels, u32 width, u32 height) {
   if (static_cast<i32>(width) != width_ || static_cast<i32>(height) != height_) return;
   SDL_UpdateTexture(texture_, nullptr, pixels, width_ * static_cast<i32>(sizeof(u32)));
 }
+
+void CWindow::SetTitle(const std::string& title) {
+  if (title == title_) return;
+  title_ = title;
+  SDL_SetWindowTitle(window_, title.c_str());
+}
+
+void CWindow::WaitForEvent(i32 milliseconds) { SDL_WaitEventTimeout(nullptr, milliseconds); }
 
 void CWindow::Present() {
   i32 outputWidth = 0;

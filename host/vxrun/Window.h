@@ -29,10 +29,13 @@ class CWindow {
   CWindow(const CWindow&) = delete;
   CWindow& operator=(const CWindow&) = delete;
 
-  // Takes what happened since the last call; false once the window was closed or Esc pressed.
+  // Takes what happened since the last call; false once the window was closed.
   bool HandleEvents(CControls& controls);
 
   void TakePicture(const u32* pixels, u32 width, u32 height);
+  void SetTitle(const std::string& title);
+  // Waits until something happens, `milliseconds` at most.
+  void WaitForEvent(i32 milliseconds);
   // Draws the latest picture; does not wait for the screen.
   void Present();
 
@@ -42,6 +45,7 @@ class CWindow {
   SDL_Texture* texture_ = nullptr;
   i32 width_;
   i32 height_;
+  std::string title_;
 };
 
 }  // namespace vx

@@ -13,14 +13,11 @@ struct STable {
   SInputBinding rows[kInputBindingCount] = {};
 };
 
-bool Has(const std::vector<SBinding>& bindings, u32 player, std::string_view source, u32 padBit,
-         u32 systemBit) {
-  return std::ranges::any_of(bindings, [&](const SBinding& binding) {
-    const char* name = binding.key != nullptr ? binding.key : binding.pad;
-    return binding.player == player && source == name && binding.padBit == padBit &&
-           binding.systemBit == systemBit;
-  });
+bool Has(const std::vector<SBinding>& bindings, const SControl& control, const SSource& source) {
+  return std::ranges::find(bindings, SBinding{control, source}) != bindings.end();
 }
+
+SControl PadOf(u32 player, u32 bit) { return {EControlKind::Pad, player, bit}; }
 
 }  // namespace
 
@@ -28,28 +25,26 @@ TEST(Bindings, ADirectionIsOnAKeyTheDigitalPadAndTheStick) {
   STable table;
   table.rows[0] = {7, 0x80, 0, 33, 7, 0};
   const auto bindings = MakeBindings(table.rows);
-  EXPECT_TRUE(Has(bindings, 0, "Up", 0x80, 0));
-  EXPECT_TRUE(Has(bindings, 0, "dpup", 0x80, 0));
-  EXPECT_TRUE(Has(bindings, 0, "-lefty", 0x80, 0));
+  EXPECT_TRUE(Has(bindings, PadOf(0, 0x80), {0, "Up"}));
+  EXPECT_TRUE(Has(bindings, PadOf(0, 0x80), {1, "dpup"}));
+  EXPECT_TRUE(Has(bindings, PadOf(0, 0x80), {1, "-lefty"}));
 }
 
 TEST(Bindings, TheSecondPlayerHasKeysAndAControllerOfTheirOwn) {
   STable table;
   table.rows[0] = {7, 0x80, 0, 33, 7, 0};
   const auto bindings = MakeBindings(table.rows);
-  EXPECT_TRUE(Has(bindings, 1, "I", 0x80, 0));
-  const bool bOwnPad = std::ranges::any_of(bindings, [](const SBinding& binding) {
-    return binding.player == 1 && binding.pad != nullptr && binding.padIndex == 1;
-  });
-  EXPECT_TRUE(bOwnPad);
+  EXPECT_TRUE(Has(bindings, PadOf(1, 0x80), {0, "I"}));
+  EXPECT_TRUE(Has(bindings, PadOf(1, 0x80), {2, "dpup"}));
 }
 
 TEST(Bindings, SystemControlsGoToTheFirstRecordWhoeverPressesThem) {
   STable table;
   table.rows[12] = {12, 0, 0x10, 0, 0, 0};
   const auto bindings = MakeBindings(table.rows);
-  EXPECT_TRUE(Has(bindings, 0, "6", 0, 0x10));
-  EXPECT_TRUE(Has(bindings, 0, "back", 0, 0x10));
+  const SControl coin2{EControlKind::System, 0, 0x10};
+  EXPECT_TRUE(Has(bindings, coin2, {0, "6"}));
+  EXPECT_TRUE(Has(bindings, coin2, {2, "back"}));
 }
 
 TEST(Bindings, TheUpperRowOfButtonsIsOneRowOfKeysAndTheLowerRowTheNext) {
@@ -60,8 +55,8 @@ TEST(Bindings, TheUpperRowOfButtonsIsOneRowOfKeysAndTheLowerRowTheNext) {
   const char* const first[] = {"A", "S", "D", "Z", "X", "C"};
   const char* const second[] = {"R", "T", "Y", "F", "G", "H"};
   for (u32 i = 0; i < 6; ++i) {
-    EXPECT_TRUE(Has(bindings, 0, first[i], 1u << i, 0)) << first[i];
-    EXPECT_TRUE(Has(bindings, 1, second[i], 1u << i, 0)) << second[i];
+    EXPECT_TRUE(Has(bindings, PadOf(0, 1u << i), {0, first[i]})) << first[i];
+    EXPECT_TRUE(Has(bindings, PadOf(1, 1u << i), {0, second[i]})) << second[i];
   }
 }
 
@@ -69,7 +64,16 @@ TEST(Bindings, CodesThatMeanNothingGiveNoBinding) {
   STable table;
   table.rows[0] = {0, 0x1, 0, 37, 0xFFFFFFFF, 0};
   table.rows[1] = {21, 0, 0, 1, 18, 0};
-  EXPECT_TRUE(MakeBindings(table.rows).empty());
+  EXPECT_EQ(MakeBindings(table.rows), MakeBindings(STable().rows));
+}
+
+TEST(Bindings, TheHostsActionsHaveKeysWhateverTheTableHolds) {
+  const auto bindings = MakeBindings(STable().rows);
+  for (u32 action = kHostPause; action <= kHostQuit; action <<= 1) {
+    EXPECT_TRUE(std::ranges::any_of(bindings, [&](const SBinding& binding) {
+      return binding.control == SControl{EControlKind::Host, 0, action};
+    })) << action;
+  }
 }
 
 TEST(Bindings, NoKeyServesTwoCodes) {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <string_view>
 
@@ -29,6 +30,7 @@ std::vector<std::string> MakeEnvironment(const std::vector<std::string>& added) 
   for (const char* fixed : {"SDL_VIDEODRIVER=dummy", "SDL_AUDIODRIVER=dummy"}) all.push_back(fixed);
   all.push_back("LSAN_OPTIONS=print_suppressions=0:suppressions=" HOST_LEAK_SUPPRESSIONS);
   all.push_back("XDG_CACHE_HOME=" + TestFolder() + "cache");
+  all.push_back("XDG_CONFIG_HOME=" + TestFolder() + "config");
   for (char** inherited = environ; *inherited != nullptr; ++inherited) all.push_back(*inherited);
   std::vector<std::string> unique;
   for (const std::string& entry : all) {
@@ -42,35 +44,78 @@ std::vector<std::string> MakeEnvironment(const std::vector<std::string>& added) 
 
 }  // namespace
 
-SProgramResult RunProgram(std::vector<std::string> arguments,
-                          const std::vector<std::string>& environment) {
+namespace {
+
+std::vector<std::string> CompleteArguments(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), HOST_VXRUN);
   if (std::ranges::find(arguments, "--component") == arguments.end()) {
     arguments.insert(arguments.end(), {"--component", HOST_FAKE_FOLDER "host_fake.so"});
   }
-  std::vector<std::string> texts = MakeEnvironment(environment);
-  const std::string outPath = TestFolder() + "stdout";
-  const std::string errPath = TestFolder() + "stderr";
+  return arguments;
+}
 
+// Starts the program; 0 if that fails. `stderrFlags` are of the file under stderr.
+pid_t Start(std::vector<std::string> arguments, const std::vector<std::string>& environment,
+            const std::string& outPath, const std::string& errPath, int stderrFlags) {
+  std::vector<std::string> texts = MakeEnvironment(environment);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), kFlags, 0600);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), kFlags, 0600);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), stderrFlags, 0600);
   pid_t child = 0;
   const int error = posix_spawn(&child, HOST_VXRUN, &actions, nullptr, Pointers(arguments).data(),
                                 Pointers(texts).data());
   posix_spawn_file_actions_destroy(&actions);
   EXPECT_EQ(error, 0);
+  return error == 0 ? child : 0;
+}
 
-  SProgramResult result;
+void WaitFor(pid_t child, SProgramResult& result) {
   int status = 0;
-  if (error != 0 || waitpid(child, &status, 0) != child) return result;
+  if (waitpid(child, &status, 0) != child) return;
   if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+}
+
+}  // namespace
+
+SProgramResult RunProgram(std::vector<std::string> arguments,
+                          const std::vector<std::string>& environment) {
+  const std::string outPath = TestFolder() + "stdout";
+  const std::string errPath = TestFolder() + "stderr";
+  SProgramResult result;
+  const pid_t child = Start(CompleteArguments(std::move(arguments)), environment, outPath, errPath,
+                            O_WRONLY | O_CREAT | O_TRUNC);
+  if (child == 0) return result;
+  WaitFor(child, result);
   result.out = ReadWholeFile(outPath);
   result.err = ReadWholeFile(errPath);
+  return result;
+}
+
+SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::string& words) {
+  SProgramResult result;
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  EXPECT_GE(terminal, 0);
+  EXPECT_EQ(grantpt(terminal), 0);
+  EXPECT_EQ(unlockpt(terminal), 0);
+  const std::string outPath = TestFolder() + "stdout";
+  const pid_t child = Start(CompleteArguments(std::move(arguments)), {}, outPath, ptsname(terminal),
+                            O_WRONLY | O_NOCTTY);
+  if (child == 0) return result;
+  bool bInterrupted = false;
+  char bytes[512];
+  // The terminal ends with an error once nobody holds its other side.
+  for (ssize_t got = 0; (got = read(terminal, bytes, sizeof(bytes))) > 0;) {
+    result.err.append(bytes, static_cast<std::size_t>(got));
+    if (bInterrupted || result.err.find(words) == std::string::npos) continue;
+    bInterrupted = kill(child, SIGINT) == 0;
+  }
+  WaitFor(child, result);
+  close(terminal);
+  result.out = ReadWholeFile(outPath);
   return result;
 }
 

@@ -18,4 +18,8 @@ struct SProgramResult {
 SProgramResult RunProgram(std::vector<std::string> arguments,
                           const std::vector<std::string>& environment = {});
 
+// Runs it with a terminal as its stderr until `words` show up there, then interrupts it; `err` is
+// what the terminal showed up to the end.
+SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::string& words);
+
 }  // namespace vx::test

@@ -117,6 +117,37 @@ TEST_F(CSessionOfFake, TheStateHashFollowsTheInput) {
   EXPECT_NE(session.HashState(), before);
 }
 
+TEST_F(CSessionOfFake, AResetIsFollowedByTheSettings) {
+  CSession session(component, {});
+  Start(session, test::STestPack().WriteAs("good.qilhard"));
+  session.RunFrame(records, 2);
+  TakeCalls();
+  session.Reset();
+  EXPECT_EQ(TakeCalls(), "Reset ApplySettings");
+  EXPECT_EQ(session.FrameCount(), 0u);
+}
+
+TEST_F(CSessionOfFake, TheDisksProgressCountsPackedChunksAndNoRomOfTheirSize) {
+  test::STestPack pack;
+  const std::vector<u8> stored = test::Deflate(std::vector<u8>(pack.entries[9].inflatedBytes));
+  pack.entries[4].offset = 32 + 640 + pack.data.size();
+  pack.entries[4].size = stored.size();
+  pack.entries[4].inflatedBytes = pack.entries[9].inflatedBytes;
+  pack.data.insert(pack.data.end(), stored.begin(), stored.end());
+  pack.entries[9].size += stored.size();
+  CSession session(component, {});
+  Start(session, pack.WriteAs("good.qilhard"));
+  std::vector<u32> done;
+  for (u32 i = 0; i < 5; ++i) {
+    done.push_back(session.DiskProgress().chunksDone);
+    session.RunFrame(records, 2);
+  }
+  // The third of the four is stored as it is.
+  EXPECT_EQ(done, (std::vector<u32>{0, 1, 2, 2, 3}));
+  EXPECT_EQ(session.DiskProgress().chunkCount, 3u);
+  EXPECT_TRUE(session.DiskProgress().IsComplete());
+}
+
 TEST_F(CSessionOfFake, ADamagedRomIsNamed) {
   test::STestPack pack;
   pack.data[pack.entries[5].offset - 672 + pack.entries[5].size / 2] ^= 0xFF;

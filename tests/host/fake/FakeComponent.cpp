@@ -2,6 +2,7 @@
 // alone. The machine draws a moving pattern, unpacks the ROMs of a pack when it is loaded and one
 // disk chunk a frame, and does what its settings say. A few builds of it misbehave on purpose.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -64,8 +65,11 @@ u32 clockValues[5] = {1, 1, 0, 3, 1};
 u32 stepValues[5] = {2, 2, 2, 10, 4};
 u32 soundRateValues[5] = {0, 0, 0, 96000, 1};
 u32 blindEveryValues[5] = {0, 0, 0, 100, 1};
+u32 driftValues[5] = {0, 0, 0, 100000, 1};
+u32 diskStopValues[5] = {100, 100, 0, 100, 1};
 u8 refuseValues[5] = {0, 0, 0, 1, 1};
 u8 chattyValues[5] = {0, 0, 0, 1, 1};
+u8 clockCountsValues[5] = {0, 0, 0, 1, 1};
 const wchar_t* const kClockNames[] = {L"0.5", L"1.0", L"2.0", L"3.0"};
 constexpr u32 kClocksMHz[] = {50, 100, 200, 300};
 
@@ -83,8 +87,21 @@ SSettingRecord settings[] = {
     MakeSetting("FAKE_Refuse", ESettingKind::Boolean, refuseValues),
     MakeSetting("FAKE_Chatty", ESettingKind::Boolean, chattyValues),
     MakeSetting("FAKE_BlindEvery", ESettingKind::Integer, blindEveryValues),
+    // The host's clock is part of the state's hash.
+    MakeSetting("FAKE_ClockCounts", ESettingKind::Boolean, clockCountsValues),
+    // From this frame on the state's hash is another one; 0 for never.
+    MakeSetting("FAKE_DriftFrom", ESettingKind::Integer, driftValues),
+    // The disk is unpacked up to this chunk only.
+    MakeSetting("FAKE_DiskStop", ESettingKind::Integer, diskStopValues),
 };
 const SSettingList settingList = {settings, std::end(settings), std::end(settings)};
+
+SConfigBlob heldBlob;
+bool bBlobHeld = false;
+
+u32 ClockMHz() {
+  return host->IsConfigLocked() && bBlobHeld ? heldBlob.clockMHz : kClocksMHz[clockValues[0]];
+}
 
 struct SEntry {
   u64 offset, size, hash;
@@ -113,6 +130,7 @@ class CFakeMachine final : public CQuillonMachineBase {
   void Reset() noexcept override {
     Note("Reset");
     frame_ = 0;
+    seen_ = 0;
   }
   bool IsLoaded() noexcept override { return bLoaded_; }
   void SaveState(SStateStream*, u8) noexcept override {}
@@ -122,9 +140,19 @@ class CFakeMachine final : public CQuillonMachineBase {
   void SetInput(const SInputRecord* records, u32 count) noexcept override {
     Note("SetInput");
     padBits_ = count == 0 ? 0 : records[0].padBits;
+    for (u32 i = 0; i < count; ++i) {
+      const u32 held[] = {records[i].padBits, records[i].systemBits};
+      seen_ = host->HashDataMore(held, sizeof(held), seen_);
+    }
   }
+  // Of all that the machine has ever been given.
   u64 HashState() noexcept override {
-    return host->HashDataMore(&padBits_, sizeof(padBits_), host->HashData(&frame_, sizeof(frame_)));
+    const bool bDrifts = driftValues[0] != 0 && frame_ >= driftValues[0];
+    const f64 clockMs = host->GetClockMs();
+    const u64 parts[] = {
+        frame_,       padBits_,   seen_,
+        u64{bDrifts}, ClockMHz(), clockCountsValues[0] != 0 ? static_cast<u64>(clockMs * 1000) : 0};
+    return host->HashData(parts, sizeof(parts));
   }
 
   void RunFrame() noexcept override {
@@ -190,7 +218,7 @@ class CFakeMachine final : public CQuillonMachineBase {
   void UnpackNextChunk() {
     if (!bLoaded_) return;
     const SEntry disk = Entry(9);
-    if (nextChunk_ >= disk.chunkCount) return;
+    if (nextChunk_ >= std::min(disk.chunkCount, diskStopValues[0])) return;
     u16 stored = 0;
     std::memcpy(&stored, pack_.data() + disk.size + nextChunk_ * 2, sizeof(stored));
     std::vector<u8> chunk(disk.inflatedBytes);
@@ -204,6 +232,7 @@ class CFakeMachine final : public CQuillonMachineBase {
   u64 nextOffset_ = 0;
   u64 frame_ = 0;
   u32 padBits_ = 0;
+  u64 seen_ = 0;  // hash of all records since the reset
   bool bLoaded_ = false;
 };
 
@@ -228,10 +257,39 @@ f64 GetFrameRate() { return 60.0; }
 void GetInputBindings(SInputBinding* bindings) {
   std::memset(bindings, 0, sizeof(*bindings) * kInputBindingCount);
   bindings[0] = {0, 0x80, 0, 33, 7, 0};
+  bindings[1] = {3, 0x8, 0, 1, 11, 0};
+  bindings[12] = {12, 0, 0x1, 0, 0, 0};
 }
 const SSettingList* GetSettings() { return &settingList; }
 void SaveConfigBlob(SConfigBlob* blob) {
   *blob = {kConfigBlobVersion, 0, 60.0, ~u64{0}, kClocksMHz[clockValues[0]], 0};
+}
+bool LoadConfigBlob(const SConfigBlob* blob, i32 size) {
+  if (size != sizeof(*blob) || blob->version != kConfigBlobVersion) return false;
+  heldBlob = *blob;
+  bBlobHeld = true;
+  return true;
+}
+void ResetSettings() {
+  for (const SSettingRecord& record : settings) {
+    std::memcpy(record.current, record.defaultValue, record.valueBytes);
+  }
+}
+u32 IdentifyPack(u64* hash, u64* size, const wchar_t* path) {
+  std::FILE* file = std::fopen(ToUtf8(path).c_str(), "rb");
+  if (file == nullptr) return 0;
+  SEntry entries[10] = {};
+  std::fseek(file, 32, SEEK_SET);
+  const bool bRead = std::fread(entries, sizeof(entries), 1, file) == 1;
+  std::fseek(file, 0, SEEK_END);
+  *size = static_cast<u64>(std::ftell(file));
+  std::fclose(file);
+  *hash = 0;
+  for (const SEntry& entry : entries) *hash ^= entry.hash;
+  return bRead ? 1 : 0;
+}
+void GetMemoryRegion(u64* base, u64* size, i32 index) {
+  if (index == 0) *base = *size = 0;
 }
 
 SMachineTable table;
@@ -261,6 +319,10 @@ extern "C" {
   table.GetInputBindings = GetInputBindings;
   table.GetSettings = GetSettings;
   table.SaveConfigBlob = SaveConfigBlob;
+  table.LoadConfigBlob = LoadConfigBlob;
+  table.ResetSettings = ResetSettings;
+  table.IdentifyPack = IdentifyPack;
+  table.GetMemoryRegion = GetMemoryRegion;
   *desc = {};
   desc->GetComponentKind = GetComponentKind;
   desc->GetDescription = GetDescription;
