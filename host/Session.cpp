@@ -63,13 +63,16 @@ CSession::~CSession() {
   std::erase_if(sessions, [this](const SSessionEntry& entry) { return entry.session == this; });
 }
 
+void CSession::CheckPackName(const std::string& packPath) {
+  if (IsUtf8(packPath)) return;
+  throw CHostError(EExitCode::FileUnreadable,
+                   packPath + ": the component opens only names in UTF-8; rename the file");
+}
+
 void CSession::Start(const std::string& packPath, const SPackInfo& pack) {
   packPath_ = packPath;
   pack_ = pack;
-  if (!IsUtf8(packPath)) {
-    throw CHostError(EExitCode::FileUnreadable,
-                     packPath + ": the component opens only names in UTF-8; rename the file");
-  }
+  CheckPackName(packPath);
   CHostServices::Get().ClearInflateFailures();
   CHostServices::Get().CountInflates(pack.chunkBytes);
   if (!machine_->LoadPack(ToWide(packPath).c_str())) {

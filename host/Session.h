@@ -32,6 +32,9 @@ class CSession {
   CSession(const CSession&) = delete;
   CSession& operator=(const CSession&) = delete;
 
+  // Throws CHostError (FileUnreadable) if the component cannot open a file of this name.
+  static void CheckPackName(const std::string& packPath);
+
   // Loads a pack that CheckPack has passed, resets the machine and applies the settings. Throws
   // CHostError (PackDamaged) if the component refuses it or data of it does not unpack.
   void Start(const std::string& packPath, const SPackInfo& pack);

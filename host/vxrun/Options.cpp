@@ -77,17 +77,26 @@ void Declare(CLI::App& app, SOptions& options) {
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false)
       ->group("Board");
-  app.add_option("--settings", options.settingsPath,
-                 "File of settings [~/.config/vxrun/settings.conf]")
-      ->type_name("FILE")
-      ->group("Board");
+  CLI::Option* settings = app.add_option("--settings", options.settingsPath,
+                                         "File of settings [~/.config/vxrun/settings.conf]")
+                              ->type_name("FILE")
+                              ->group("Board");
   app.add_flag("--list-settings", options.bListSettings, "Show all settings and end")
       ->group("Board");
-  app.add_flag("--save-settings", options.bSaveSettings,
-               "Keep the settings of this run in the file of settings")
-      ->group("Board");
+  CLI::Option* saveSettings = app.add_flag("--save-settings", options.bSaveSettings,
+                                           "Keep the settings of this run in the file of settings")
+                                  ->group("Board");
   app.add_option("--controls", options.controlsPath,
                  "File of keys and controller parts [~/.config/vxrun/controls.conf]")
+      ->type_name("FILE")
+      ->group("Input");
+  app.add_option("--input", options.inputPath,
+                 "Play an input movie, recorded or written; the run ends with its last frame")
+      ->type_name("FILE")
+      ->excludes(settings)
+      ->excludes(saveSettings)
+      ->group("Input");
+  app.add_option("--record-input", options.recordPath, "Record the input as a movie")
       ->type_name("FILE")
       ->group("Input");
   app.add_flag("--list-controls", options.bListControls,

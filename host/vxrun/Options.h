@@ -19,6 +19,8 @@ struct SOptions {
   bool bSaveSettings = false;
   std::string controlsPath;  // empty: the user's own
   bool bListControls = false;
+  std::string inputPath;   // movie to play
+  std::string recordPath;  // movie to record
 
   bool bHeadless = false;
   u64 frames = 0;   // 0: until stopped

@@ -17,6 +17,7 @@
 #include "host/Session.h"
 #include "host/Settings.h"
 #include "host/Text.h"
+#include "host/vxrun/MovieDeck.h"
 #include "host/vxrun/Outputs.h"
 #include "host/vxrun/Progress.h"
 #include "host/vxrun/Setup.h"
@@ -27,10 +28,16 @@ namespace vx {
 
 namespace {
 
-void PrepareServices(const SOptions& options) {
+// `ownFolder` is made where the run is not to meet what other runs have saved.
+void PrepareServices(const SOptions& options, std::optional<CTemporaryFolder>& ownFolder) {
   CHostServices& services = CHostServices::Get();
   services.Log().SetVerbose(options.bVerbose);
-  if (options.cacheFolder.empty()) return;
+  if (options.cacheFolder.empty()) {
+    if (!CMovieDeck::IsNeeded(options)) return;
+    ownFolder.emplace();
+    services.SetCacheFolder(ownFolder->Path());
+    return;
+  }
   if (!EnsureFolder(options.cacheFolder)) {
     throw CHostError(EExitCode::OutputFailed, options.cacheFolder + ": cannot be made a folder");
   }
@@ -40,10 +47,11 @@ void PrepareServices(const SOptions& options) {
 class CRun {
  public:
   CRun(const SOptions& options, const CStartClock& startClock, const CComponent& component,
-       const std::vector<SBinding>& bindings)
+       const std::vector<SBinding>& bindings, CMovieDeck* movies)
       : options_(options),
         startClock_(startClock),
         component_(component),
+        movies_(movies),
         outputs_(options),
         session_(component, Hooks()) {
     if (!options.bHeadless) {
@@ -59,13 +67,17 @@ class CRun {
     PlayFrames(limit, startNs);
     const f64 seconds = static_cast<f64>(MonotonicNs() - startNs) / 1e9;
     Report(seconds);
+    if (movies_ != nullptr) movies_->ThrowIfDesynced();
     const bool bCutShort = StopRequested() && limit != 0 && framesDone_ < limit;
     return bCutShort ? EExitCode::Interrupted : EExitCode::Ok;
   }
 
  private:
   u64 FrameLimit() const {
-    if (options_.seconds <= 0) return options_.frames;
+    if (options_.seconds <= 0) {
+      const bool bByMovie = options_.frames == 0 && movies_ != nullptr;
+      return bByMovie ? movies_->MovieFrames() : options_.frames;
+    }
     return static_cast<u64>(std::ceil(options_.seconds * component_.FrameRate()));
   }
 
@@ -103,7 +115,7 @@ class CRun {
     while (!StopRequested() && (limit == 0 || framesDone_ < limit)) {
       if (stage_ && !stage_->HandleEvents()) break;
       const bool bRuns = !stage_ || stage_->Play().TakeFrame();
-      if (bRuns) PlayFrame();
+      if (bRuns && !PlayFrame()) break;
       if (stage_) stage_->Present(framesDone_, session_.DiskProgress());
       ShowProgress(progress, limit);
       if (!bRuns) {
@@ -116,16 +128,37 @@ class CRun {
     }
   }
 
-  void PlayFrame() {
+  // False if the run is to end with this frame.
+  bool PlayFrame() {
+    SMovieInput input = ReadInput();
+    if (movies_ != nullptr) input = movies_->NextInput().value_or(input);
     std::array<SInputRecord, kHostPlayers> records{};
-    if (stage_) stage_->ReadControls(records);
-    if (stage_ && stage_->Play().TakeReset()) session_.Reset();
+    for (u32 player = 0; player < kHostPlayers; ++player) {
+      records[player].padBits = input.padBits[player];
+      records[player].systemBits = input.systemBits[player];
+    }
+    if (input.bReset) session_.Reset();
     session_.RunFrame(records.data(), kHostPlayers);
     ++framesDone_;
     outputs_.EndFrame(framesDone_, session_);
     if (framesDone_ == 1 && options_.bTimeToFirstFrame) {
       std::printf("first frame after %.1f ms\n", startClock_.ElapsedMs());
     }
+    return movies_ == nullptr || movies_->EndFrame(input, session_);
+  }
+
+  // What the player holds now; nothing without a window.
+  SMovieInput ReadInput() {
+    SMovieInput input;
+    if (!stage_) return input;
+    std::array<SInputRecord, kHostPlayers> records{};
+    stage_->ReadControls(records);
+    for (u32 player = 0; player < kHostPlayers; ++player) {
+      input.padBits[player] = records[player].padBits;
+      input.systemBits[player] = records[player].systemBits;
+    }
+    input.bReset = stage_->Play().TakeReset();
+    return input;
   }
 
   // A window tells the number of frames to nobody, but its disk too may take a while.
@@ -137,7 +170,8 @@ class CRun {
   }
 
   void Report(f64 seconds) {
-    const std::string written = outputs_.Finish(framesDone_, RateHz());
+    std::string written = outputs_.Finish(framesDone_, RateHz());
+    if (movies_ != nullptr) written += movies_->Finish(session_);
     if (!stage_) std::printf("%s\n", written.c_str());
     if (!options_.bUnthrottled || framesDone_ == 0 || seconds <= 0) return;
     // The board spends one cycle on an instruction and more where it has to wait.
@@ -151,6 +185,7 @@ class CRun {
   const SOptions& options_;
   const CStartClock& startClock_;
   const CComponent& component_;
+  CMovieDeck* movies_;  // null without movies
   std::optional<CSdlVideo> video_;
   std::optional<CStage> stage_;
   COutputs outputs_;
@@ -161,11 +196,12 @@ class CRun {
 }  // namespace
 
 EExitCode Run(const SOptions& options, const CStartClock& startClock) {
-  PrepareServices(options);
+  std::optional<CTemporaryFolder> ownFolder;
+  PrepareServices(options, ownFolder);
   std::optional<SPackInfo> pack;
   if (!options.packPath.empty()) pack = CheckPack(options.packPath, PhysicalMemoryBytes());
   const CComponent component(options.componentPath);
-  TakeSettingsFile(options, component);
+  if (options.inputPath.empty()) TakeSettingsFile(options, component);
   TakeSettingOptions(options, component);
   std::vector<SBinding> bindings;
   const bool bWindow = pack && !options.bHeadless;
@@ -181,7 +217,11 @@ EExitCode Run(const SOptions& options, const CStartClock& startClock) {
   }
   if (options.bListSettings || options.bListControls || !pack) return EExitCode::Ok;
   InstallStopSignals();
-  CRun run(options, startClock, component, bindings);
+  std::optional<CMovieDeck> movies;
+  if (CMovieDeck::IsNeeded(options)) {
+    movies.emplace(options, component, IdentifyPack(component, options.packPath));
+  }
+  CRun run(options, startClock, component, bindings, movies ? &*movies : nullptr);
   return run.Play(*pack);
 }
 

@@ -120,4 +120,18 @@ TEST(PngFile, AFolderThatIsNotThereIsToldByName) {
   }
 }
 
+TEST(PngFile, APictureTakesTheFirstNameThatIsFree) {
+  const std::string folder = test::TestFolder();
+  EXPECT_EQ(FreePicturePath(folder, "game", 123), folder + "game_000123.png");
+  test::WriteFile("game_000123.png", {});
+  EXPECT_EQ(FreePicturePath(folder, "game", 123), folder + "game_000123_2.png");
+  test::WriteFile("game_000123_2.png", {});
+  EXPECT_EQ(FreePicturePath(folder, "game", 123), folder + "game_000123_3.png");
+  EXPECT_EQ(FreePicturePath(folder, "game", 7), folder + "game_000007.png");
+}
+
+TEST(PngFile, WithoutAFolderThePictureGoesToTheCurrentOne) {
+  EXPECT_EQ(FreePicturePath("", "game", 1), "game_000001.png");
+}
+
 }  // namespace vx

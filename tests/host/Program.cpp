@@ -95,7 +95,8 @@ SProgramResult RunProgram(std::vector<std::string> arguments,
   return result;
 }
 
-SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::string& words) {
+SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::string& words,
+                             int signal) {
   SProgramResult result;
   const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
   EXPECT_GE(terminal, 0);
@@ -105,13 +106,13 @@ SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::stri
   const pid_t child = Start(CompleteArguments(std::move(arguments)), {}, outPath, ptsname(terminal),
                             O_WRONLY | O_NOCTTY);
   if (child == 0) return result;
-  bool bInterrupted = false;
+  bool bSignalled = false;
   char bytes[512];
   // The terminal ends with an error once nobody holds its other side.
   for (ssize_t got = 0; (got = read(terminal, bytes, sizeof(bytes))) > 0;) {
     result.err.append(bytes, static_cast<std::size_t>(got));
-    if (bInterrupted || result.err.find(words) == std::string::npos) continue;
-    bInterrupted = kill(child, SIGINT) == 0;
+    if (bSignalled || result.err.find(words) == std::string::npos) continue;
+    bSignalled = kill(child, signal) == 0;
   }
   WaitFor(child, result);
   close(terminal);

@@ -1,6 +1,7 @@
 // Starts vxrun as a person would and tells how it ended.
 #pragma once
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,9 @@ struct SProgramResult {
 SProgramResult RunProgram(std::vector<std::string> arguments,
                           const std::vector<std::string>& environment = {});
 
-// Runs it with a terminal as its stderr until `words` show up there, then interrupts it; `err` is
-// what the terminal showed up to the end.
-SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::string& words);
+// Runs it with a terminal as its stderr until `words` show up there, then sends it the signal;
+// `err` is what the terminal showed up to the end.
+SProgramResult RunOnTerminal(std::vector<std::string> arguments, const std::string& words,
+                             int signal = SIGINT);
 
 }  // namespace vx::test

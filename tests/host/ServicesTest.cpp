@@ -219,7 +219,39 @@ TEST_F(CServices, HooksLetTheInterruptedOperationGoOn) {
   EXPECT_EQ(Api().InvokeMipsHook(nullptr, true, 1, 2, 3), 1);
 }
 
-TEST_F(CServices, SettingsAreNotLocked) { EXPECT_FALSE(Api().IsConfigLocked()); }
+TEST_F(CServices, SettingsAreLockedOnRequestOnly) {
+  EXPECT_FALSE(Api().IsConfigLocked());
+  CHostServices::Get().LockConfig(true);
+  EXPECT_TRUE(Api().IsConfigLocked());
+  CHostServices::Get().LockConfig(false);
+  EXPECT_FALSE(Api().IsConfigLocked());
+}
+
+TEST_F(CServices, TheBoardsClockStandsUntilItIsMoved) {
+  CHostServices::Get().SetBoardClock(1000.5);
+  EXPECT_EQ(Api().GetClockMs(), 1000.5);
+  EXPECT_EQ(Api().GetClockMs(), 1000.5);
+  CHostServices::Get().SetBoardClock(1017.0);
+  EXPECT_EQ(Api().GetClockMs(), 1017.0);
+  CHostServices::Get().UseRealClock();
+  EXPECT_NE(Api().GetClockMs(), 1017.0);
+}
+
+TEST_F(CServices, InflatesOfTheSizeAskedForAreCounted) {
+  const std::vector<u8> stored = test::Deflate(std::vector<u8>(64));
+  std::vector<u8> target(64);
+  const auto inflate = [&](u32 bytes) {
+    Api().Inflate(target.data(), stored.data(), bytes, static_cast<u32>(stored.size()), 0);
+  };
+  CHostServices::Get().CountInflates(64);
+  inflate(64);
+  inflate(32);
+  inflate(64);
+  EXPECT_EQ(CHostServices::Get().CountedInflates(), 2u);
+  CHostServices::Get().CountInflates(64);
+  EXPECT_EQ(CHostServices::Get().CountedInflates(), 0u);
+  CHostServices::Get().ClearInflateFailures();
+}
 
 TEST(ComponentLog, InformationIsShownOnRequestOnly) {
   CLogProbe probe;

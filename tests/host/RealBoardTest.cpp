@@ -1,0 +1,106 @@
+// vxrun with the component and the open cabinet that this project builds.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/host/Program.h"
+#include "tests/host/TestPack.h"
+
+namespace vx {
+
+namespace {
+
+using test::SProgramResult;
+
+class CRealBoard : public testing::TestWithParam<const char*> {
+ protected:
+  static SProgramResult Run(std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"--component", HOST_COMPONENT});
+    return test::RunProgram(arguments);
+  }
+  static std::string RunWell(const std::vector<std::string>& arguments) {
+    const SProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    return result.out;
+  }
+  static bool Has(const std::string& text, const std::string& words) {
+    return text.find(words) != std::string::npos;
+  }
+  std::string WriteMovie(const std::string& lines) {
+    const std::string text = "vxmovie text 1\n" + lines;
+    return test::WriteFile("movie.txt", {text.begin(), text.end()});
+  }
+
+  std::string folder = test::TestFolder();
+  std::string pack = std::string(HOST_CABINETS) + GetParam();
+};
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Cabinets, CRealBoard,
+                         testing::Values("opencabinet_a.qilhard", "opencabinet_b.qilhard"));
+
+TEST_P(CRealBoard, AMovieWithCoinsStartAndAResetPlaysAgainAsItWasRecorded) {
+  const std::string written = WriteMovie(
+      "20 SYS:COIN1\n+4 SYS:-\n+9 P1:START,B1 P2:LEFT\n+4 P1:- P2:-\n90 RESET\nend 150\n");
+  const std::string recorded = folder + "recorded.vxm";
+  RunWell({pack, "--headless", "--input", written, "--record-input", recorded, "--hash-log",
+           folder + "a"});
+  EXPECT_TRUE(Has(RunWell({pack, "--headless", "--input", recorded, "--hash-log", folder + "b"}),
+                  ", 150 of 150 frames, 3 states as recorded\n"));
+  EXPECT_EQ(test::ReadWholeFile(folder + "a"), test::ReadWholeFile(folder + "b"));
+}
+
+TEST_P(CRealBoard, ARandomStartIsPlayedAgainAsItWasRecorded) {
+  const std::string recorded = folder + "recorded.vxm";
+  RunWell({pack, "--headless", "--frames", "120", "--set", "VX_RandCycles=on", "--record-input",
+           recorded});
+  RunWell({pack, "--headless", "--input", recorded});
+}
+
+TEST_P(CRealBoard, ARandomStartThatTheMovieDoesNotHaveIsADesync) {
+  const std::string recorded = folder + "recorded.vxm";
+  RunWell({pack, "--headless", "--frames", "120", "--record-input", recorded});
+  const SProgramResult result =
+      Run({pack, "--headless", "--input", recorded, "--set", "VX_RandCycles=on"});
+  EXPECT_EQ(result.exitCode, 9);
+  EXPECT_TRUE(Has(result.err, " after frame 60; ")) << result.err;
+}
+
+TEST_P(CRealBoard, TheBlobOfAMovieDictatesClockRateAndSwitches) {
+  const std::string recorded = folder + "recorded.vxm";
+  RunWell({pack, "--headless", "--frames", "120", "--record-input", recorded, "--set",
+           "VX_MIPSClock=2.0", "--set", "VX_MachTiming=1", "--set", "VX_DIPTest=1"});
+  RunWell({pack, "--headless", "--input", recorded, "--set", "VX_MIPSClock=0.5", "--set",
+           "VX_MachTiming=0", "--set", "VX_DIPTest=0"});
+}
+
+TEST_P(CRealBoard, AMovieOfTheOtherLayoutIsRefused) {
+  const std::string recorded = folder + "recorded.vxm";
+  RunWell({pack, "--headless", "--frames", "5", "--record-input", recorded});
+  std::string other = pack;
+  char& letter = other[other.size() - std::string("a.qilhard").size()];
+  letter = letter == 'a' ? 'b' : 'a';
+  EXPECT_EQ(Run({other, "--headless", "--input", recorded}).exitCode, 10);
+}
+
+TEST_P(CRealBoard, EveryControlOfTheBoardIsListedAndItsDefaultsAreAFile) {
+  const std::string list = RunWell({"--list-controls"});
+  for (const char* name :
+       {"P1:UP", "P1:B1", "P1:B6", "P1:SELECT", "P2:START", "P2:RIGHT", "SYS:COIN1", "SYS:COIN4",
+        "SYS:TEST", "SYS:TILT", "SYS:VOLUME+", "P1:EXTRA9", "HOST:MUTE"}) {
+    EXPECT_TRUE(Has(list, std::string("\n") + name + " ")) << name;
+  }
+  test::WriteFile("list", {list.begin(), list.end()});
+  EXPECT_EQ(RunWell({"--list-controls", "--controls", folder + "list"}), list);
+}
+
+TEST_P(CRealBoard, SavedSettingsSurvive) {
+  RunWell({"--save-settings", "--set", "VX_DIPCoinSet=5", "--set", "VX_MIPSClock=3.0"});
+  const std::string list = RunWell({"--list-settings"});
+  EXPECT_TRUE(Has(list, "VX_DIPCoinSet        = 5 ")) << list;
+  EXPECT_TRUE(Has(list, "VX_MIPSClock         = 3 ")) << list;
+}
+
+}  // namespace vx
