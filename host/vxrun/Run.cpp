@@ -94,8 +94,8 @@ class CRun {
   }
 
   void TakePicture(const u32* pixels, u32 width, u32 height) {
-    if (stage_) stage_->TakePicture(pixels, width, height);
     const u64 frame = framesDone_ + 1;
+    if (stage_) stage_->TakePicture(frame, pixels, width, height);
     if (outputs_.WantsPicture(frame)) outputs_.TakePicture(frame, pixels, width, height);
   }
 
@@ -116,7 +116,7 @@ class CRun {
       if (stage_ && !stage_->HandleEvents()) break;
       const bool bRuns = !stage_ || stage_->Play().TakeFrame();
       if (bRuns && !PlayFrame()) break;
-      if (stage_) stage_->Present(framesDone_, session_.DiskProgress());
+      if (stage_) stage_->Present(session_.DiskProgress());
       ShowProgress(progress, limit);
       if (!bRuns) {
         stage_->Idle();

@@ -42,9 +42,10 @@ bool CStage::WantsPicture() const {
   return !play_.IsFast() || MonotonicNs() - shownNs_ >= kFastShowEveryNs;
 }
 
-void CStage::TakePicture(const u32* pixels, u32 width, u32 height) {
+void CStage::TakePicture(u64 frame, const u32* pixels, u32 width, u32 height) {
   picture_.assign(pixels, pixels + std::size_t{width} * height);
   pictureWidth_ = width;
+  pictureFrame_ = frame;
   window_.TakePicture(pixels, width, height);
 }
 
@@ -52,8 +53,8 @@ void CStage::TakeSound(const i16* samples, u32 count, u32 rateHz) {
   audio_.Play(samples, count, rateHz);
 }
 
-void CStage::Present(u64 framesDone, const SDiskProgress& disk) {
-  if (play_.TakeScreenshot()) SaveScreenshot(framesDone);
+void CStage::Present(const SDiskProgress& disk) {
+  if (play_.TakeScreenshot()) SaveScreenshot();
   window_.SetTitle(WindowTitle(packName_, play_, disk));
   if (!WantsPicture()) return;
   shownNs_ = MonotonicNs();
@@ -62,7 +63,7 @@ void CStage::Present(u64 framesDone, const SDiskProgress& disk) {
 
 void CStage::Idle() { window_.WaitForEvent(kIdleMs); }
 
-void CStage::SaveScreenshot(u64 framesDone) {
+void CStage::SaveScreenshot() {
   if (picture_.empty()) return;
   const std::string& folder = options_.screenshotFolder;
   const std::string stem = std::filesystem::path(packName_).stem().string();
@@ -72,7 +73,7 @@ void CStage::SaveScreenshot(u64 framesDone) {
     if (!folder.empty() && !EnsureFolder(folder)) {
       throw CHostError(EExitCode::OutputFailed, folder + ": cannot be made a folder");
     }
-    const std::string path = FreePicturePath(folder, stem, framesDone);
+    const std::string path = FreePicturePath(folder, stem, pictureFrame_);
     WritePng(path, picture_.data(), pictureWidth_, height);
     std::printf("screenshot: %s\n", path.c_str());
     std::fflush(stdout);

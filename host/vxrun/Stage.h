@@ -29,16 +29,16 @@ class CStage {
 
   // Whether the picture of the frame that runs now will be shown.
   bool WantsPicture() const;
-  void TakePicture(const u32* pixels, u32 width, u32 height);
+  void TakePicture(u64 frame, const u32* pixels, u32 width, u32 height);
   void TakeSound(const i16* samples, u32 count, u32 rateHz);
 
   // Shows the latest picture, and in the title how things are.
-  void Present(u64 framesDone, const SDiskProgress& disk);
+  void Present(const SDiskProgress& disk);
   // Lets a little time pass, unless the player does something.
   void Idle();
 
  private:
-  void SaveScreenshot(u64 framesDone);
+  void SaveScreenshot();
 
   const SOptions& options_;
   std::string packName_;  // without folders
@@ -50,6 +50,7 @@ class CStage {
   u64 shownNs_ = 0;  // when the latest picture was shown
   std::vector<u32> picture_;
   u32 pictureWidth_ = 0;
+  u64 pictureFrame_ = 0;  // fast forward does not make one for each frame
 };
 
 }  // namespace vx

@@ -117,6 +117,20 @@ TEST_F(CSessionOfFake, TheStateHashFollowsTheInput) {
   EXPECT_NE(session.HashState(), before);
 }
 
+TEST_F(CSessionOfFake, TheHashOfTheMachineFollowsStateAndMemory) {
+  CSession session(component, {});
+  Start(session, test::STestPack().WriteAs("good.qilhard"));
+  const u64 state = session.HashState();
+  const u64 machine = session.HashMachine();
+  EXPECT_EQ(session.HashMachine(), machine);
+  session.Machine().GetMemoryImage()[63] ^= 1;
+  EXPECT_EQ(session.HashState(), state);
+  EXPECT_NE(session.HashMachine(), machine);
+  session.Machine().GetMemoryImage()[63] ^= 1;
+  session.RunFrame(records, 2);
+  EXPECT_NE(session.HashMachine(), machine);
+}
+
 TEST_F(CSessionOfFake, AResetIsFollowedByTheSettings) {
   CSession session(component, {});
   Start(session, test::STestPack().WriteAs("good.qilhard"));

@@ -110,6 +110,8 @@ struct SEntry {
 };
 static_assert(sizeof(SEntry) == 64);
 
+constexpr u32 kMemoryBytes = 64;
+
 class CFakeMachine final : public CQuillonMachineBase {
  public:
   void* Destruct(u32 deleteFlag) noexcept override {
@@ -126,7 +128,7 @@ class CFakeMachine final : public CQuillonMachineBase {
   i64 GetSampleRate() noexcept override {
     return soundRateValues[0] == 0 ? 31250 : i64{soundRateValues[0]};
   }
-  u8* GetMemoryImage() noexcept override { return nullptr; }
+  u8* GetMemoryImage() noexcept override { return memory_; }
   void Reset() noexcept override {
     Note("Reset");
     frame_ = 0;
@@ -228,6 +230,7 @@ class CFakeMachine final : public CQuillonMachineBase {
   }
 
   std::vector<u8> pack_;
+  u8 memory_[kMemoryBytes] = {};
   u32 nextChunk_ = 0;
   u64 nextOffset_ = 0;
   u64 frame_ = 0;
@@ -289,7 +292,9 @@ u32 IdentifyPack(u64* hash, u64* size, const wchar_t* path) {
   return bRead ? 1 : 0;
 }
 void GetMemoryRegion(u64* base, u64* size, i32 index) {
-  if (index == 0) *base = *size = 0;
+  if (index != 0) return;
+  *base = 0;
+  *size = kMemoryBytes;
 }
 
 SMachineTable table;
