@@ -1,7 +1,9 @@
 #include "host/Movie.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <limits>
 
 #include "host/HostError.h"
@@ -234,6 +236,26 @@ TEST_F(CMovieOfFile, AFullDeviceIsToldByName) {
     EXPECT_EQ(error.Code(), EExitCode::OutputFailed);
     EXPECT_TRUE(std::string(error.what()).starts_with("/dev/full: ")) << error.what();
   }
+}
+
+TEST_F(CMovieOfFile, ARecordingThatRunsOutOfRoomStaysAMovie) {
+  constexpr rlim_t kRoomBytes = 80 + 44 + 30;  // header, a block, and a part of the next
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit narrow{kRoomBytes, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &narrow), 0);
+  EXPECT_THROW(
+      {
+        CMovieWriter writer(path, kPack, kConfig, {});
+        for (u32 i = 0; i < 120; ++i) writer.Add({}, [] { return u64{1}; });
+      },
+      CHostError);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, oldHandler);
+  const SMovie movie = Read(test::ReadWholeFile(path));
+  EXPECT_FALSE(movie.bWhole);
+  EXPECT_EQ(movie.frames, 60u);
 }
 
 TEST_F(CMovieOfFile, AWrittenMovieHoldsWhatIsNamedUntilTheNextLineOfThatGroup) {

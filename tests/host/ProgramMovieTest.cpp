@@ -138,6 +138,15 @@ TEST_F(CProgramMovie, ARunWithAMovieHasTheBoardsClock) {
   RunWell({"--input", recorded});
 }
 
+TEST_F(CProgramMovie, TheBoardsClockMovesByOneFramesTimeAFrame) {
+  const SProgramResult result =
+      Run({"--input", WriteMovie("set FAKE_ClockCounts=1\nend 3\n"), "--verbose"});
+  EXPECT_NE(result.err.find("clock at 1016.7 ms\ncomponent information: clock at 1033.3 ms\n"
+                            "component information: clock at 1050.0 ms\n"),
+            std::string::npos)
+      << result.err;
+}
+
 TEST_F(CProgramMovie, ARunWithAMovieKeepsNothingUnlessAFolderIsNamed) {
   RunWell({"--frames", "1"});
   fs::remove_all(folder + "cache");

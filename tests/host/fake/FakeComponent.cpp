@@ -171,6 +171,7 @@ class CFakeMachine final : public CQuillonMachineBase {
       host->Log(0, "frame %u\n", static_cast<u32>(frame_));
       host->Log(1, "odd thing in %ls\n", L"\x4e2d");
     }
+    if (clockCountsValues[0] != 0) host->Log(0, "clock at %.1f ms\n", host->GetClockMs());
     if (onVideoFrame != nullptr) onVideoFrame(this, pixels, 320, 240, 0, 0, 0, 0);
     if (soundRateValues[0] != 0 && onAudioBlock != nullptr) {
       std::vector<i16> samples(1000, static_cast<i16>(frame_));
