@@ -233,8 +233,8 @@ void CMovieWriter::WriteChecked(std::string bytes) {
     file_->Write(bytes.data(), bytes.size());
     file_->Flush();
   } catch (const CHostError&) {
-    file_.reset();
-    if (truncate(path_.c_str(), static_cast<off_t>(wholeBytes_)) != 0) throw;
+    file_.reset();  // it may write once more
+    [[maybe_unused]] const int answer = truncate(path_.c_str(), static_cast<off_t>(wholeBytes_));
     throw;
   }
   wholeBytes_ += bytes.size();

@@ -3,6 +3,10 @@
 
 #include <algorithm>
 
+#include "host/Component.h"
+#include "host/ControlNames.h"
+#include "host/PackCheck.h"
+#include "host/Session.h"
 #include "tests/host/Program.h"
 #include "tests/host/TestPack.h"
 
@@ -83,6 +87,22 @@ TEST_P(CRealBoard, AMovieOfTheOtherLayoutIsRefused) {
   char& letter = other[other.size() - std::string("a.qilhard").size()];
   letter = letter == 'a' ? 'b' : 'a';
   EXPECT_EQ(Run({other, "--headless", "--input", recorded}).exitCode, 10);
+}
+
+TEST_P(CRealBoard, TheDisksProgressReachesItsEnd) {
+  const CComponent component(HOST_COMPONENT);
+  const SPackInfo info = CheckPack(pack, PhysicalMemoryBytes());
+  ASSERT_GT(info.deflatedChunkCount, 0u);
+  CSession session(component, {});
+  session.Start(pack, info);
+  const SInputRecord records[kHostPlayers];
+  for (u32 last = 0; !session.DiskProgress().IsComplete();) {
+    session.RunFrame(records, kHostPlayers);
+    const u32 done = session.DiskProgress().chunksDone;
+    ASSERT_GE(done, last);
+    last = done;
+  }
+  EXPECT_EQ(session.DiskProgress().chunkCount, info.deflatedChunkCount);
 }
 
 TEST_P(CRealBoard, EveryControlOfTheBoardIsListedAndItsDefaultsAreAFile) {
