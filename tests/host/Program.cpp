@@ -30,6 +30,7 @@ std::vector<std::string> MakeEnvironment(const std::vector<std::string>& added) 
   for (const char* fixed : {"SDL_VIDEODRIVER=dummy", "SDL_AUDIODRIVER=dummy"}) all.push_back(fixed);
   all.push_back("LSAN_OPTIONS=print_suppressions=0:suppressions=" HOST_LEAK_SUPPRESSIONS);
   all.push_back("XDG_CACHE_HOME=" + TestFolder() + "cache");
+  all.push_back("TMPDIR=" + TestFolder());
   all.push_back("XDG_CONFIG_HOME=" + TestFolder() + "config");
   for (char** inherited = environ; *inherited != nullptr; ++inherited) all.push_back(*inherited);
   std::vector<std::string> unique;

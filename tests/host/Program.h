@@ -15,7 +15,7 @@ struct SProgramResult {
 };
 
 // Runs vxrun with the fake component (unless an argument names another) under a dummy display and
-// sound device, its cache in the test's folder. `environment`: further "NAME=value".
+// sound device, all that it keeps in the test's folder. `environment`: further "NAME=value".
 SProgramResult RunProgram(std::vector<std::string> arguments,
                           const std::vector<std::string>& environment = {});
 
