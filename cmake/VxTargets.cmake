@@ -34,6 +34,8 @@ if(VX_WARNINGS_AS_ERRORS)
   target_compile_options(vx_common INTERFACE -Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 warns of overlaps in string concatenations that are none.
+  target_compile_options(vx_common INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
   # The machine's large arrays come zeroed from the system and are not written by its constructor.
   target_compile_options(vx_common INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-flifetime-dse=1>)
 endif()
