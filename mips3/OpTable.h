@@ -137,8 +137,10 @@ constexpr EOp DecodeOp(u32 word) {
       const EOp op = code < 32 ? kCop0FunctionOps[code] : EOp::Unimplemented;
       return op != EOp::Unimplemented ? op : EOp::UnknownCop0;
     }
-    case kMainCop1:
-      return kCop1Ops[Rs(word)];
+    case kMainCop1: {
+      const EOp op = kCop1Ops[Rs(word)];
+      return op != EOp::Unimplemented ? op : kCop1FunctionOps[Funct(word)];
+    }
     default:
       return kMainOps[MainCode(word)];
   }

@@ -65,13 +65,14 @@ void AppendRecord(CVXMachine* m, u32 head, u32 index, u32 word, bool bTakeOver, 
   }
   if ((record.flags & kOpHead) == 0) record.link = std::min(record.link, head);
   if ((record.flags & kOpBreakWrapped) != 0) MarkBlockCareful(m, head, index);
-  // A record that a block's range covers can always be replayed.
-  if (record.handler == nullptr) {
-    record.word = word;
-    record.handler = ChooseHandler(word);
-    record.dispatch = ChooseDispatch(word);
-    m->TouchRecord(index);
-  }
+  if ((record.flags & kOpValid) != 0) return;
+  // It counts as valid in this pass without being so. A record that a block's range covers can
+  // always be replayed, and none keeps a wrapper of a breakpoint that is gone.
+  if (record.handler == nullptr) record.word = word;
+  record.handler = ChooseHandler(record.word);
+  record.dispatch = ChooseDispatch(record.word);
+  m->TouchRecord(index);
+  if ((record.flags & kOpBreakRequested) != 0) InstallBreakpoint(m, head, index);
 }
 
 void FormBlock(CVXMachine* m, u32 headIndex, u32 headAddress, bool bSingle) {

@@ -1,7 +1,5 @@
 // Guest breakpoints as the run loop meets them.
-#include "mips3/Breakpoints.h"
-
-#include "tests/mips3/ProcessorTest.h"
+#include "tests/mips3/BreakpointFixture.h"
 
 namespace vx {
 
@@ -9,43 +7,7 @@ namespace {
 
 using namespace mips;
 
-struct SCall {
-  bool bFlag;
-  u32 id, offset, word;
-  bool operator==(const SCall&) const = default;
-};
-std::vector<SCall> g_calls;
-u32 g_skippingId = 0;  // the hook that does not want the op to run
-
-i32 KeepCall(CQuillonMachineBase*, bool bFlag, u32 id, u32 offset, u32 word) {
-  g_calls.push_back({bFlag, id, offset, word});
-  return id == g_skippingId ? 0 : 1;
-}
-
-constexpr u32 kOffset = kCode & 0x1FFFFFFF;
-constexpr u32 kCount = Addiu(kT0, kT0, 1);
-
-class Breakpoint : public ProcessorTest {
- protected:
-  Breakpoint() {
-    TestHost().InvokeMipsHook = KeepCall;
-    g_calls.clear();
-    g_skippingId = 0;
-    PlaceWithRest(kCode, {kNop, kCount, Addiu(kT1, kT1, 1)});
-  }
-  // Runs the placed code once, up to its rest.
-  u32 RunCode() {
-    SetPc(kCode);
-    g_calls.clear();
-    gpr[kT0] = gpr[kT1] = 0;
-    return Run(4);
-  }
-  void ExpectHit(u32 runs) {
-    EXPECT_EQ(g_calls, (std::vector<SCall>{{true, 7, kOffset + 4, kCount}}));
-    EXPECT_EQ(gpr[kT0], runs);
-    EXPECT_EQ(gpr[kT1], 1u);
-  }
-};
+using Breakpoint = BreakpointTest;
 
 TEST_F(Breakpoint, CallsItsHookAndRunsTheOpInFormingAndReplay) {
   SetBreakpoint(m.get(), kOffset + 4, 7);
@@ -60,7 +22,7 @@ TEST_F(Breakpoint, CallsItsHookAndRunsTheOpInFormingAndReplay) {
 }
 
 TEST_F(Breakpoint, HookCanSkipTheOpWhichStillTakesItsCycle) {
-  g_skippingId = 7;
+  Hooks().skippingIds = {7};
   SetBreakpoint(m.get(), kOffset + 4, 7);
   for (const char* pass : {"forming", "replay"}) {
     SCOPED_TRACE(pass);
@@ -74,34 +36,18 @@ TEST_F(Breakpoint, OnAHeadIsHitToo) {
   for (const char* pass : {"forming", "replay"}) {
     SCOPED_TRACE(pass);
     EXPECT_EQ(RunCode(), 5u);
-    EXPECT_EQ(g_calls, (std::vector<SCall>{{true, 3, kOffset, kNop}}));
+    ExpectCalls({{true, 3, kOffset, kNop}});
     EXPECT_EQ(gpr[kT0], 1u);
   }
 }
 
 TEST_F(Breakpoint, OnExecutedCodeTakesEffect) {
   RunCode();
-  EXPECT_TRUE(g_calls.empty());
+  ExpectNoCall();
   SetBreakpoint(m.get(), kOffset + 4, 7);
   EXPECT_EQ(RecordAt(kCode).flags & kOpValid, 0u);
   RunCode();
   ExpectHit(1);
-}
-
-TEST_F(Breakpoint, HooksThatDisagreeAreLoggedAndTheOpRuns) {
-  g_skippingId = 8;
-  SetBreakpoint(m.get(), kOffset + 4, 7);
-  SetBreakpoint(m.get(), kOffset + 4, 8);
-  SetBreakpoint(m.get(), kOffset + 4, 8);  // no second time
-  RunCode();
-  EXPECT_EQ(g_calls.size(), 2u);
-  EXPECT_EQ(gpr[kT0], 1u);
-  ASSERT_EQ(log.size(), 1u);
-  EXPECT_EQ(log[0].level, 1);
-  EXPECT_EQ(log[0].text.find("Overlapping breakpoints at "), 0u);
-  EXPECT_NE(log[0].text.find(" are inconsistent about whether underlying op should be invoked. "
-                             "Possibly conflicting scripts.\n"),
-            std::string::npos);
 }
 
 TEST_F(Breakpoint, SurvivesTheRebuildingOfItsRecord) {
@@ -154,7 +100,7 @@ TEST_F(Breakpoint, IsGoneWhenCleared) {
   for (const char* pass : {"forming", "replay"}) {
     SCOPED_TRACE(pass);
     RunCode();
-    EXPECT_TRUE(g_calls.empty());
+    ExpectNoCall();
     EXPECT_EQ(gpr[kT0], 1u);
     EXPECT_EQ(gpr[kT1], 1u);
   }
@@ -174,7 +120,7 @@ TEST_F(Breakpoint, IsGoneAfterAReset) {
   m->queue.Clear();
   PlaceWithRest(kCode, {kNop, kCount, Addiu(kT1, kT1, 1)});
   RunCode();
-  EXPECT_TRUE(g_calls.empty());
+  ExpectNoCall();
   EXPECT_EQ(gpr[kT0], 1u);
 }
 

@@ -2,6 +2,7 @@
 // delay op; blocks treat it differently, and the guest's native library makes up for it.
 //
 // Each test places  nop, B, D, X, Y  where B is the branch, D counts t0, X counts t1 and Y t2.
+#include "tests/mips3/FpEncode.h"
 #include "tests/mips3/ProcessorTest.h"
 
 namespace vx {
@@ -21,7 +22,7 @@ constexpr u32 kOpY = Addiu(kT2, kT2, 1);
 struct SForm {
   const char* name;
   u32 word;
-  u64 taken, notTaken;  // values of a0
+  u64 taken, notTaken;  // values of a0 and of the condition bits
   bool bMarked;
 };
 constexpr SForm kForms[] = {
@@ -33,6 +34,8 @@ constexpr SForm kForms[] = {
     {"Bgezl", Bgezl(kA0, 0x100), 0, ~u64{0}, true},
     {"Bltzall", Bltzall(kA0, 0x100), ~u64{0}, 0, true},
     {"Bgezall", Bgezall(kA0, 0x100), 0, ~u64{0}, true},
+    {"Bc1fl", Bc1fl(6, 0x100), 0x3F, 0x40, true},
+    {"Bc1tl", Bc1tl(6, 0x100), 0x40, 0x3F, true},
 };
 
 class LikelyBranch : public ProcessorTest, public ::testing::WithParamInterface<SForm> {
@@ -47,6 +50,7 @@ class LikelyBranch : public ProcessorTest, public ::testing::WithParamInterface<
     SetPc(address);
     gpr[kT0] = gpr[kT1] = gpr[kT2] = 0;
     gpr[kA0] = taken == kTaken ? GetParam().taken : GetParam().notTaken;
+    cpu.fpCond = static_cast<u32>(gpr[kA0]) & 0xFF;
     return RunBlock();
   }
   void ExpectRan(u32 d, u32 x, u32 y) {

@@ -12,5 +12,8 @@ std::vector<u32> RegisterOpWords();
 std::vector<u32> MultiplierOpWords();
 std::vector<u32> LoadStoreOpWords();
 std::vector<u32> BranchOpWords();
+std::vector<u32> FpArithmeticOpWords();
+std::vector<u32> FpCompareOpWords();
+std::vector<u32> FpMoveOpWords();
 
 }  // namespace vx
