@@ -33,3 +33,6 @@ extern const uint16_t kCoins[];
 // Two banks (plain, glint) of 44 rows of 16 colours; a page.
 enum { kTitleBank = kTitleRows * 16 };
 extern const uint16_t kTitlePalette[];
+
+// The skimmer as solid.h describes a model.
+extern const uint32_t kSkimmerModel[];

@@ -63,8 +63,10 @@ static void DrawFrame(uint16_t* page, uint32_t moment) {
   ComputeDaylight(&day, moment);
   DrawSky(page, &day, moment);
   DrawRidges(page, &day, moment);
+  DrawSkimmer(page, &day, moment, true);
   DrawTitle(page, WindowAt(kTitleWindow), moment);
   DrawCoins(page, moment);
+  DrawSkimmer(page, &day, moment, false);
   DrawLake(page, &day, moment);
   DrawInvitation(page, moment);
   DrawScroller(page, moment);

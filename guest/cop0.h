@@ -53,6 +53,7 @@ static inline void WriteTlbIndexed(void) { __asm__ volatile("tlbwi" ::: "memory"
 
 enum {
   kStatusIe = 0x00000001,
+  kStatusFloat = 0x24000000,    // floating point on, 32 registers of 64 bits
   kLineBlank = 0x00000400,      // Cause and Status: vertical blank
   kLineTimer = 0x00008000,      // Cause and Status: Compare reached
   kCauseSoftware = 0x00000300,  // Cause: the two software bits

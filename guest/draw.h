@@ -88,6 +88,8 @@ void DrawRidges(uint16_t* page, const SDaylight* day, uint32_t moment);
 void DrawTitle(uint16_t* page, const uint16_t* palette, uint32_t moment);
 // `picture` is one view of the coin.
 void DrawCoin(uint16_t* page, int32_t x, int32_t y, const uint16_t* picture);
+// Draws the skimmer while it is on the wanted side of the title.
+void DrawSkimmer(uint16_t* page, const SDaylight* day, uint32_t moment, uint32_t bBehindTitle);
 // Mirrors the lines above the horizon.
 void DrawLake(uint16_t* page, const SDaylight* day, uint32_t moment);
 void DrawScroller(uint16_t* page, uint32_t moment);

@@ -50,10 +50,10 @@ static void ArmNextTick(void) {
 void StartInterrupts(void) {
   gNextCompare = ReadCount();
   ArmNextTick();
-  WriteStatus(kLineBlank | kLineTimer | kStatusIe);
+  WriteStatus(kStatusFloat | kLineBlank | kLineTimer | kStatusIe);
 }
 
-void StopInterrupts(void) { WriteStatus(0); }
+void StopInterrupts(void) { WriteStatus(kStatusFloat); }
 
 static void HandleBlank(void) {
   const uint32_t now = ReadCount();

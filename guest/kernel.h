@@ -71,6 +71,7 @@ bool GroupPassed(uint32_t group);
 // --- the groups of checks ---
 
 void TestAlu(void);
+void TestFloat(void);
 void TestMemory(void);
 void TestFlow(void);
 void TestExceptions(void);

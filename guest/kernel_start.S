@@ -29,7 +29,8 @@ KernelStart:
         ld      $t3, 8($t0)
         sd      $t2, 0x180($t1)
         sd      $t3, 0x188($t1)
-        mtc0    $zero, $12
+        lui     $t0, 0x2400             /* floating point on, with 32 registers of their own */
+        mtc0    $t0, $12
 
         lui     $t0, %hi(KernelMain)
         addiu   $t0, $t0, %lo(KernelMain)
@@ -43,8 +44,9 @@ VectorCode:
         jr      $k0
         nop
 
-/* Saves what C may change, calls HandleException(cause, epc, status) and returns to EPC with the
-   Status that it answers. Exceptions stay off throughout, since EXL is set. */
+/* Saves what C may change but for the floating point registers, which nothing called from here may
+   touch; calls HandleException(cause, epc, status) and returns to EPC with the Status that it
+   answers. Exceptions stay off throughout, since EXL is set. */
         .set    kFrameBytes, 176
         .globl  ExceptionEntry
 ExceptionEntry:

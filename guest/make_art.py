@@ -7,7 +7,10 @@ All pictures come from the shapes below; the output depends on nothing else, so 
 every machine.
 """
 import math
+import struct
 import sys
+
+import models
 
 SINE_STEPS = 1024
 SINE_ONE = 4096
@@ -337,6 +340,9 @@ def main():
             out.write(f"const uint32_t kTitle{name}Columns = {len(word)};\n")
             code = [v for column in word for v in encode_column(column)]
             write_array(out, f"const uint8_t kTitle{name}[]", code, "%d", 40)
+        skimmer = models.pack(models.skimmer())
+        write_array(out, "const uint32_t kSkimmerModel[]",
+                    [word for (word,) in struct.iter_unpack("<I", skimmer)], "0x%08X", 8)
         write_array(out, "PAGES const uint16_t kCoins[]", coins, "%d", 32)
         write_array(out, "PAGES const uint16_t kTitlePalette[]", title_palette(), "%d", 16)
 

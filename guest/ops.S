@@ -305,3 +305,165 @@ Op_cause_next:
         BEGIN   Op_dmfc0_count
         jr      $ra
         dmfc0   $v0, $9
+
+/* Floating point. The target register holds 0x5A5A5A5A00000000 before, so that its high word tells
+   whether the op wrote it. Operands and result are whole registers. */
+        .set    hardfloat
+.macro  FLOAT name, op, operands:vararg
+        BEGIN   Op_f_\name
+        lui     $t0, 0x5A5A
+        ori     $t0, $t0, 0x5A5A
+        dsll32  $t0, $t0, 0
+        dmtc1   $t0, $f4
+        dmtc1   $a0, $f1
+        dmtc1   $a1, $f3
+        \op    $f4, \operands
+        jr      $ra
+        dmfc1   $v0, $f4
+.endm
+
+.irp    format, s, d
+        FLOAT add_\format, add.\format, $f1, $f3
+        FLOAT sub_\format, sub.\format, $f1, $f3
+        FLOAT mul_\format, mul.\format, $f1, $f3
+        FLOAT div_\format, div.\format, $f1, $f3
+        FLOAT sqrt_\format, sqrt.\format, $f1
+        FLOAT abs_\format, abs.\format, $f1
+        FLOAT mov_\format, mov.\format, $f1
+        FLOAT neg_\format, neg.\format, $f1
+        FLOAT cvt_w_\format, cvt.w.\format, $f1
+        FLOAT cvt_l_\format, cvt.l.\format, $f1
+.endr
+.irp    format, w, l
+        FLOAT cvt_s_\format, cvt.s.\format, $f1
+        FLOAT cvt_d_\format, cvt.d.\format, $f1
+.endr
+        FLOAT cvt_s_d, cvt.s.d, $f1
+        FLOAT cvt_d_s, cvt.d.s, $f1
+
+/* Compares a0 with a1, the condition being set before if a2 is not 0. Bit 0: bc1t was taken; bit 1:
+   bc1f was not. */
+.macro  COMPARE name, op
+        BEGIN   Op_c_\name
+        dmtc1   $a0, $f1
+        dmtc1   $a1, $f3
+        mtc1    $zero, $f5
+        addiu   $v0, $zero, 0
+        beq     $a2, $zero, 1f
+        c.lt.s  $f5, $f5
+        c.eq.s  $f5, $f5
+1:      \op    $f1, $f3
+        bc1t    2f
+        nop
+        beq     $zero, $zero, 3f
+        nop
+2:      ori     $v0, $v0, 1
+3:      bc1f    4f
+        nop
+        ori     $v0, $v0, 2
+4:      jr      $ra
+        nop
+.endm
+
+.irp    relation, f, un, eq, ueq, olt, ult, ole, ule, sf, ngle, seq, ngl, lt, nge, le, ngt
+        COMPARE \relation\()_s, c.\relation\().s
+        COMPARE \relation\()_d, c.\relation\().d
+.endr
+
+/* Moves. mtc1 fills the whole register and mfc1 extends the sign. */
+        BEGIN   Op_f_mtc1
+        dmtc1   $a1, $f5
+        mtc1    $a0, $f5
+        jr      $ra
+        dmfc1   $v0, $f5
+        BEGIN   Op_f_mfc1
+        dmtc1   $a0, $f5
+        jr      $ra
+        mfc1    $v0, $f5
+        BEGIN   Op_f_dmtc1
+        dmtc1   $a0, $f31
+        jr      $ra
+        dmfc1   $v0, $f31
+/* Writing the control register leaves the condition alone: 1 if it is still set. */
+        BEGIN   Op_f_ctc1
+        mtc1    $zero, $f5
+        addiu   $v0, $zero, 1
+        c.eq.s  $f5, $f5
+        ctc1    $a0, $31
+        bc1t    1f
+        nop
+        addiu   $v0, $zero, 0
+1:      jr      $ra
+        nop
+/* The delay op of a branch on the condition runs either way. */
+        BEGIN   Op_f_delay
+        mtc1    $zero, $f5
+        addiu   $v0, $zero, 1
+        c.eq.s  $f5, $f5
+        bc1f    1f
+        addiu   $v0, $v0, 2
+        bc1t    1f
+        addiu   $v0, $v0, 4
+        addiu   $v0, $v0, 8
+1:      jr      $ra
+        nop
+
+/* Through memory at a1: lwc1 fills the register, swc1 takes its low word. */
+        BEGIN   Op_f_lwc1
+        dmtc1   $a0, $f6
+        lwc1    $f6, 0($a1)
+        jr      $ra
+        dmfc1   $v0, $f6
+        BEGIN   Op_f_lwc1_m4
+        dmtc1   $a0, $f7
+        lwc1    $f7, -4($a1)
+        jr      $ra
+        dmfc1   $v0, $f7
+        BEGIN   Op_f_swc1
+        dmtc1   $a0, $f6
+        jr      $ra
+        swc1    $f6, 0($a1)
+
+/* The same with registers in pairs (Status without FR), where the upper half of the even register
+   is the odd one. a0 is the even register before; a1 goes to the odd number. */
+.macro  PAIRED name, ops:vararg
+        BEGIN   Op_f_pair_\name
+        mfc0    $t0, $12
+        lui     $t1, 0x0400
+        nor     $t2, $t1, $zero
+        and     $t2, $t0, $t2
+        dmtc1   $a0, $f8
+        mtc0    $t2, $12
+        \ops
+        mtc0    $t0, $12
+        jr      $ra
+        dmfc1   $v0, $f8
+.endm
+        .macro  PAIR_MOVE
+        mtc1    $a1, $f9
+        .endm
+        .macro  PAIR_ADD
+        add.s   $f9, $f8, $f9
+        .endm
+        .macro  PAIR_LOAD
+        lwc1    $f9, 0($a1)
+        .endm
+        .macro  PAIR_DOUBLE
+        dmtc1   $a1, $f9
+        neg.d   $f9, $f9
+        .endm
+        PAIRED  mtc1, PAIR_MOVE
+        PAIRED  add, PAIR_ADD
+        PAIRED  lwc1, PAIR_LOAD
+        PAIRED  neg, PAIR_DOUBLE
+
+/* Divides a0 times, each waiting for the one before, and answers the steps of Count. */
+        BEGIN   Op_f_spin
+        mtc1    $zero, $f5
+        mfc0    $t0, $9
+1:      addiu   $a0, $a0, -1
+        bne     $a0, $zero, 1b
+        div.s   $f5, $f5, $f5
+        mfc0    $v0, $9
+        jr      $ra
+        subu    $v0, $v0, $t0

@@ -13,8 +13,8 @@ enum {
   kLeft = 32,
   kColumnCount = 176,
   kColumnResult = 256,
-  kFirstLine = 76,
-  kLineStep = 13,
+  kFirstLine = 70,
+  kLineStep = 12,
   kBarLine = 196,
   kBarWidth = 256,
   kKibInAll = 8704,  // main RAM and low RAM; a little of both is in use and not tested
@@ -32,6 +32,7 @@ static void RunRam(void) { TestRam(ShowRamProgress); }
 static const SPostLine kLines[] = {
     {"BOOT ROM", kGroupRom, TestRom},
     {"ARITHMETIC", kGroupAlu, TestAlu},
+    {"FLOATING POINT", kGroupFloat, TestFloat},
     {"LOAD AND STORE", kGroupMemory, TestMemory},
     {"BRANCHES", kGroupFlow, TestFlow},
     {"EXCEPTIONS", kGroupException, TestExceptions},

@@ -30,7 +30,8 @@ enum {
   kGroupSystem = 7,    /* system registers, Count and Compare */
   kGroupTlb = 8,       /* mapped pages */
   kGroupBoard = 9,     /* vertical blank and timer interrupts, board registers */
-  kGroupCount = 10,
+  kGroupFloat = 10,    /* floating point: arithmetic, conversions, compares, moves */
+  kGroupCount = 11,
 };
 
 typedef struct SSelfTestGroup {

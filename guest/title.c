@@ -90,6 +90,7 @@ static const char kMessage[] =
     "...  "
     "THE LAKE MIRRORS EVERY LINE ABOVE IT ...  COINS AND TITLE COLOURS ARE READ THROUGH MAPPED "
     "PAGES "
+    "...  THE SKIMMER TURNS IN SINGLE PRECISION, FACE BY FACE "
     "...  TWO FRAME PAGES TAKE TURNS UNDER THE VERTICAL BLANK ...  STEP RIGHT UP!";
 
 void DrawScroller(uint16_t* page, uint32_t moment) {
