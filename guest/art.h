@@ -27,12 +27,9 @@ extern const uint8_t kTitleUpper[];
 extern const uint8_t kTitleLower[];
 
 // Sixteen views of a turning coin, 32 by 32 pixels, bit 15 set where there is coin; two to a page.
+// They come from the disk.
 enum { kCoinSize = 32, kCoinFrames = 16 };
-extern const uint16_t kCoins[];
 
 // Two banks (plain, glint) of 44 rows of 16 colours; a page.
 enum { kTitleBank = kTitleRows * 16 };
 extern const uint16_t kTitlePalette[];
-
-// The skimmer as solid.h describes a model.
-extern const uint32_t kSkimmerModel[];

@@ -55,6 +55,7 @@ enum {
   kStatusIe = 0x00000001,
   kStatusFloat = 0x24000000,    // floating point on, 32 registers of 64 bits
   kLineBlank = 0x00000400,      // Cause and Status: vertical blank
+  kLineDrive = 0x00000800,      // Cause and Status: the disk drive wants something
   kLineTimer = 0x00008000,      // Cause and Status: Compare reached
   kCauseSoftware = 0x00000300,  // Cause: the two software bits
   kCauseCode = 0x0000007C,

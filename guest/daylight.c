@@ -69,5 +69,11 @@ void ComputeDaylight(SDaylight* day, uint32_t moment) {
   day->discTop = BlendOf(a->discTop, b->discTop, face);
   day->discBottom = BlendOf(a->discBottom, b->discBottom, face);
   day->slits = (a->slits * (256 - face) + b->slits * face) >> 8;
+  day->horizon = kHorizon;
   day->discY = DiscLine(scene, progress, kDiscY[scene], kDiscY[(scene + 1) % kScenes]);
+}
+
+void MoveHorizon(SDaylight* day, int32_t horizon) {
+  day->discY += horizon - day->horizon;
+  day->horizon = horizon;
 }

@@ -68,16 +68,19 @@ typedef struct SDaylight {
   SColor sky[kSkyStops];  // evenly spaced from the top to the horizon
   SColor glow;            // colour of the halo's middle
   SColor discTop, discBottom;
-  SColor haze;     // what the far ridges fade into
-  SColor ridge;    // colour of the nearest ridge
-  SColor water;    // tint of the lake
-  uint32_t stars;  // 0..256
-  uint32_t slits;  // 0..256: how far the slits in the disc are open
-  int32_t discY;   // line of the disc's middle
+  SColor haze;      // what the far ridges fade into
+  SColor ridge;     // colour of the nearest ridge
+  SColor water;     // tint of the lake
+  uint32_t stars;   // 0..256
+  uint32_t slits;   // 0..256: how far the slits in the disc are open
+  int32_t horizon;  // first line below the sky
+  int32_t discY;    // line of the disc's middle
 } SDaylight;
 // `moment` counts frames of the scene; the day repeats after kDayFrames.
 enum { kDayFrames = 3072 };
 void ComputeDaylight(SDaylight* day, uint32_t moment);
+// Shows the same sky over another horizon, a multiple of four not below 64.
+void MoveHorizon(SDaylight* day, int32_t horizon);
 
 // --- the layers, from back to front ---
 void PrepareSky(void);
@@ -88,10 +91,8 @@ void DrawRidges(uint16_t* page, const SDaylight* day, uint32_t moment);
 void DrawTitle(uint16_t* page, const uint16_t* palette, uint32_t moment);
 // `picture` is one view of the coin.
 void DrawCoin(uint16_t* page, int32_t x, int32_t y, const uint16_t* picture);
-// Draws the skimmer while it is on the wanted side of the title.
-void DrawSkimmer(uint16_t* page, const SDaylight* day, uint32_t moment, uint32_t bBehindTitle);
-// Mirrors the lines above the horizon.
-void DrawLake(uint16_t* page, const SDaylight* day, uint32_t moment);
+// The lake: mirrors the lines above the horizon.
+void DrawMirror(uint16_t* page, const SDaylight* day, uint32_t moment);
 void DrawScroller(uint16_t* page, uint32_t moment);
 
 // Where the coins fly at a moment, and which view of each is seen.

@@ -32,6 +32,8 @@ void RequestFlip(bool bPage1) {
 
 bool IsFlipPending(void) { return gbFlipPending; }
 
+void ExpectFlips(bool bExpected) { gbFlipsExpected = bExpected; }
+
 void WaitBlanks(uint32_t blanks) {
   const uint32_t target = kResults->blankCount + blanks;
   while ((int32_t)(kResults->blankCount - target) < 0) WaitForInterrupt();

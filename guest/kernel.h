@@ -44,6 +44,8 @@ void ShowPage(bool bPage1);
 void RequestFlip(bool bPage1);
 // Whether the last request still waits for its blank.
 bool IsFlipPending(void);
+// While false, blanks without a request do not count.
+void ExpectFlips(bool bExpected);
 // Waits until `blanks` further vertical blanks have come.
 void WaitBlanks(uint32_t blanks);
 
@@ -82,7 +84,8 @@ void TestRom(void);
 // Calls `progress` with the number of KiB done so far about every 256 KiB, and with all at the end.
 void TestRam(void (*progress)(uint32_t kibDone));
 
-// --- post.c and attract.c ---
+// --- post.c and loader.c ---
 
 void RunPowerOnTest(void);
-void RunAttract(void);
+// Loads the program from the disk and goes there for good.
+void RunProgram(void);

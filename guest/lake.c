@@ -2,8 +2,8 @@
 #include "guest/draw.h"
 
 enum {
-  kLakeLines = kHeight - kHorizon,
-  kMargin = 16,  // pixels on either side that repeat the line's ends
+  kLakeLines = kHeight - kHorizon,  // for which the ripples are made; others stretch them
+  kMargin = 16,                     // pixels on either side that repeat the line's ends
 };
 
 static uint64_t gMirror[(kWidth + 2 * kMargin) / 4];
@@ -58,36 +58,44 @@ static void LayLine(uint64_t* target, int32_t shift, uint64_t tint) {
 // Short bright strokes where the disc's light runs towards the eye.
 static void DrawGlitter(uint16_t* page, const SDaylight* day, uint32_t moment) {
   const uint32_t color = PixelOf(BlendWide(day->glow, day->discTop, 100));
-  if (day->discY > kHorizon + 20) return;
+  const uint32_t lines = (uint32_t)(kHeight - day->horizon);
+  if (day->discY > day->horizon + 20) return;
   uint32_t random = 5 + (moment / 5) * 7919;
   for (uint32_t i = 0; i < 44; i++) {
-    const int32_t line = (int32_t)(NextRandom(&random) % (kLakeLines - 4)) + 2;
+    const int32_t line = (int32_t)(NextRandom(&random) % (lines - 4)) + 2;
     const int32_t spread = 26 + line / 2;
     const int32_t a = (int32_t)(NextRandom(&random) % (uint32_t)(2 * spread));
     const int32_t b = (int32_t)(NextRandom(&random) % (uint32_t)(2 * spread));
     const int32_t length = 2 + line / 14;
-    uint16_t* target = LineOf(page, kHorizon + line) + kWidth / 2 + (a + b) / 2 - spread;
+    uint16_t* target = LineOf(page, day->horizon + line) + kWidth / 2 + (a + b) / 2 - spread;
     for (int32_t x = 0; x < length; x++) target[x] = (uint16_t)color;
   }
 }
 
-void DrawLake(uint16_t* page, const SDaylight* day, uint32_t moment) {
-  for (int32_t line = 0; line < kLakeLines; line++) {
+void DrawMirror(uint16_t* page, const SDaylight* day, uint32_t moment) {
+  const int32_t lines = kHeight - day->horizon;
+  // How much of the sky is seen: 13 lines for 8 over the low horizon; over a high one line for line
+  // at first and fewer and fewer towards the eye, so that the sky is enough.
+  const int32_t spare = lines > kLakeLines ? lines - day->horizon + 4 : 0;
+  const uint32_t stretch = kLakeLines * 256 / (uint32_t)lines;
+  for (int32_t line = 0; line < lines; line++) {
     // Ripples get longer and wider towards the eye.
-    const uint32_t depth = (uint32_t)line;
+    const uint32_t depth = (uint32_t)line * stretch >> 8;
     const uint32_t phase = 36000 / (depth + 14) + moment * 11;
     const int32_t wave =
         Sine(phase) * (int32_t)(depth + 6) + Sine(phase * 3 + moment * 7) * (int32_t)(depth / 3);
     const int32_t shift = wave >> 16;
     const int32_t sway = Sine(phase + 256) * (int32_t)depth >> 17;
-    int32_t source = kHorizon - 1 - line * 13 / 8 + sway;
-    if (source >= kHorizon) source = kHorizon - 1;
+    const int32_t up = spare > 0 ? line - line * line * spare / (lines * lines) : line * 13 / 8;
+    int32_t source = day->horizon - 1 - up + sway;
+    if (source >= day->horizon) source = day->horizon - 1;
+    if (source < 0) source = 0;
     TakeLine(LineOf(page, source));
     const SColor water = BlendWide(0, day->water, 40 + depth / 2);
     const uint32_t even = PixelOf(water + kDither[line & 3][0]);
     const uint32_t odd = PixelOf(water + kDither[line & 3][1]);
     const uint64_t pair = even | (uint64_t)odd << 16;
-    LayLine((uint64_t*)LineOf(page, kHorizon + line), shift, pair | pair << 32);
+    LayLine((uint64_t*)LineOf(page, day->horizon + line), shift, pair | pair << 32);
   }
   DrawGlitter(page, day, moment);
 }

@@ -5,5 +5,5 @@ void KernelMain(void) {
   ClearResults();
   StartInterrupts();
   RunPowerOnTest();
-  RunAttract();
+  RunProgram();
 }

@@ -1,16 +1,15 @@
 #!/usr/bin/env python3
 """Draws the cabinet's fixed pictures and tables and writes them as C.
 
-Usage: make_art.py FONT_TXT OUT_C
+Usage: make_art.py FONT_TXT OUT_FONT_C OUT_ART_C
+
+The first file holds what the boot ROM needs too.
 
 All pictures come from the shapes below; the output depends on nothing else, so it is the same on
 every machine.
 """
 import math
-import struct
 import sys
-
-import models
 
 SINE_STEPS = 1024
 SINE_ONE = 4096
@@ -72,6 +71,12 @@ LETTERS = {
                [(7, 7), (18, 7)] + arc(18, 14, 8, 7, -90, 90) + [(7, 21)],
                [(7, 21), (19, 21)] + arc(19, 28, 9, 7, -90, 90) + [(7, 35)]]),
     "I": (16, [[(8, 7), (8, 35)]]),
+    "G": (37, [arc(18.5, 21, 11.5, 14, -48, -360, 28) + [(19.5, 21)]]),
+    "L": (32, [[(7, 7), (7, 35), (26, 35)]]),
+    "D": (38, [[(7, 7), (7, 35)],
+               [(7, 7), (16, 7)] + arc(16, 21, 14, 14, -90, 90) + [(7, 35)]]),
+    "W": (46, [[(6, 7), (14, 35), (22.5, 13), (31, 35), (39, 7)]]),
+    "K": (37, [[(7, 7), (7, 35)], [(28, 7), (8, 22)], [(14, 18), (29, 35)]]),
     "T": (35, [[(5, 7), (29, 7)], [(17, 7), (17, 35)]]),
 }
 
@@ -323,28 +328,30 @@ def write_array(out, declaration, values, form, per_line):
     out.write("};\n\n")
 
 
+def begin(path):
+    out = open(path, "w", encoding="ascii", newline="\n")
+    out.write("// Made by make_art.py.\n#include \"guest/art.h\"\n\n")
+    return out
+
+
 def main():
-    if len(sys.argv) != 3:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
     font = read_font(sys.argv[1])
-    upper, lower = title_word("OPEN"), title_word("CABINET")
-    coins = [pixel for frame in range(COIN_FRAMES) for pixel in coin_frame(frame)]
+    upper, lower = title_word("GOLDEN"), title_word("WAKE")
     sine = [int(math.floor(SINE_ONE * math.sin(2 * math.pi * i / SINE_STEPS) + 0.5))
             for i in range(SINE_STEPS)]
-    with open(sys.argv[2], "w", encoding="ascii", newline="\n") as out:
-        out.write("// Made by make_art.py.\n#include \"guest/art.h\"\n\n")
+    with begin(sys.argv[2]) as out:
         write_array(out, "const uint8_t kFont[64 * 8]", [r for g in font for r in g], "%d", 32)
         write_array(out, f"const int16_t kSine[{SINE_STEPS}]", sine, "%d", 20)
+    with begin(sys.argv[3]) as out:
         write_array(out, "const uint8_t kGlow[]", glow_rows(), "%d", 48)
         for name, word in (("Upper", upper), ("Lower", lower)):
             out.write(f"const uint32_t kTitle{name}Columns = {len(word)};\n")
             code = [v for column in word for v in encode_column(column)]
             write_array(out, f"const uint8_t kTitle{name}[]", code, "%d", 40)
-        skimmer = models.pack(models.skimmer())
-        write_array(out, "const uint32_t kSkimmerModel[]",
-                    [word for (word,) in struct.iter_unpack("<I", skimmer)], "0x%08X", 8)
-        write_array(out, "PAGES const uint16_t kCoins[]", coins, "%d", 32)
         write_array(out, "PAGES const uint16_t kTitlePalette[]", title_palette(), "%d", 16)
 
 
-main()
+if __name__ == "__main__":
+    main()

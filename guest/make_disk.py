@@ -1,32 +1,32 @@
 #!/usr/bin/env python3
-"""Makes the cabinet's small disk: a label, a directory, and the files named in it.
+"""Makes the cabinet's disk: a label, a directory, and the files named in it.
 
-Usage: make_disk.py OUT_IMAGE
+Usage: make_disk.py PROGRAM OUT_IMAGE
 
-Sector 0 is the label, sector 1 the directory: records of 32 bytes with a name of up to 20 bytes, the
-first sector, the size in bytes, and a CRC-32 of the contents. Files begin on whole sectors. The
-picture of noise does not pack, so that a pack holds both kinds of chunk.
+disk_format.h tells the layout. Files begin on whole sectors; each one's CRC-32 stands in the directory.
+The two score files are made empty and written by the game alone. The field of noise is there for the
+test menu to read back; it does not pack, so that a pack holds both kinds of chunk.
 """
 import struct
 import sys
 import zlib
 
+import models
+import sprites
+import stages
+
 SECTOR = 512
-CYLINDERS, HEADS, SECTORS_PER_TRACK = 24, 4, 8
+CYLINDERS, HEADS, SECTORS_PER_TRACK = 64, 4, 16
 SECTORS = CYLINDERS * HEADS * SECTORS_PER_TRACK
+DIRECTORY_SECTORS = 3
 
 STORY = """\
-OPEN CABINET
+GOLDEN WAKE
 
-A LAKE BETWEEN THE HILLS, AND A COIN THAT WILL NOT LIE STILL.
-EVERY NIGHT THE FERRYMAN COUNTS HIS COINS AND ONE IS MISSING.
-IT SPINS OVER THE WATER UNTIL SOMEBODY PUTS IT INTO A SLOT.
-
-CONTROLS: WALK LEFT AND RIGHT, LEAP, THROW.
-RULES: THREE LIVES, ONE MORE FOR EVERY HUNDRED COINS.
+EVERY NIGHT THE FERRYMAN COUNTS HIS COINS, AND TONIGHT THEY ARE GONE: RAIDERS HAVE STREWN THEM OVER
+THE LAKE BEHIND THEM AS THEY FLED. TWO SKIMMERS GO OUT TO BRING THEM BACK, FROM SUNSET TO NOON. WHAT
+THE FERRYMAN DID NOT SAY IS THAT HE HAD STOLEN THEM FIRST.
 """
-
-LEVEL_COLUMNS, LEVEL_ROWS, LEVELS = 512, 16, 6
 
 
 class Random:
@@ -44,62 +44,31 @@ class Random:
         return x
 
 
-def level(number):
-    """A shore as columns of tiles: 0 air, 1 ground, 2 planks, 3 coin, 4 fir, 5 water."""
-    random = Random(1000 + number * 77)
-    tiles = bytearray()
-    ground = 5
-    gap = 0
-    for column in range(LEVEL_COLUMNS):
-        if gap == 0 and column > 16 and random.next() % (24 - 2 * number) == 0:
-            gap = 2 + random.next() % (2 + number)
-        cells = [0] * LEVEL_ROWS
-        if gap > 0:
-            gap -= 1
-            cells[0] = 5
-            if random.next() % 3 == 0:
-                cells[ground] = 2
-        else:
-            ground = min(9, max(2, ground + random.next() % 3 - 1))
-            for row in range(ground):
-                cells[row] = 1
-            if random.next() % 9 == 0:
-                cells[ground] = 4
-        if random.next() % 5 == 0:
-            cells[min(LEVEL_ROWS - 1, ground + 3 + random.next() % 3)] = 3
-        tiles += bytes(cells)
-    return struct.pack("<4sHHI", b"LEVL", LEVEL_COLUMNS, LEVEL_ROWS, number) + bytes(tiles)
-
-
-def terrain():
-    """Heights of the hills, 16 bits each: three octaves of triangles."""
-    heights = []
-    for i in range(16384):
-        total = 0
-        for octave in range(3):
-            span = 512 >> octave * 2
-            total += abs(i % (2 * span) - span) * (64 >> octave) // (512 >> octave * 2) * 16
-        heights.append(total & 0xFFFF)
-    return struct.pack("<16384H", *heights)
-
-
 def noise():
     random = Random(0x0C4B1E57)
-    return struct.pack("<40000I", *(random.next() for _ in range(40000)))
+    return struct.pack("<32768I", *(random.next() for _ in range(32768)))
 
 
 def main():
-    if len(sys.argv) != 2:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
-    files = [("STORY.TXT", STORY.encode("ascii"))]
-    files += [(f"LEVEL{i + 1}.DAT", level(i)) for i in range(LEVELS)]
-    files += [("HILLS.DAT", terrain()), ("NOISE.DAT", noise())]
+    with open(sys.argv[1], "rb") as file:
+        program = file.read()
+    files = [("GAME.PRG", program), ("STORY.TXT", STORY.encode("ascii"))]
+    files += [("SCORES.A", bytes(SECTOR)), ("SCORES.B", bytes(SECTOR)), ("SCRATCH", bytes(SECTOR))]
+    files += [(f"{name}.MDL", models.pack(make())) for name, make in models.MODELS.items()]
+    files += [(f"{name}.SPR", sprites.pack(make())) for name, make in sprites.SPRITES.items()]
+    files += [("COINS.SPR", sprites.coins())]
+    files += [(f"STAGE{i + 1}.DAT", make().pack()) for i, make in enumerate(stages.STAGES)]
+    files += [("NOISE.DAT", noise())]
 
     image = bytearray(SECTORS * SECTOR)
-    label = b"OPEN CABINET DISK 1"
+    label = b"OPEN CABINET DISK 2"
     image[:len(label)] = label
     struct.pack_into("<IIIII", image, 32, SECTOR, SECTORS, 1, len(files), SECTORS_PER_TRACK)
-    at = 2
+    if len(files) * 32 > DIRECTORY_SECTORS * SECTOR:
+        sys.exit(f"{len(files)} files do not fit into the directory")
+    at = 1 + DIRECTORY_SECTORS
     for index, (name, data) in enumerate(files):
         struct.pack_into("<20sIII", image, SECTOR + index * 32, name.encode("ascii"), at, len(data),
                          zlib.crc32(data))
@@ -108,7 +77,7 @@ def main():
             sys.exit(f"{name}: does not fit on a disk of {SECTORS} sectors")
         image[at * SECTOR:end] = data
         at += (len(data) + SECTOR - 1) // SECTOR
-    with open(sys.argv[1], "wb") as file:
+    with open(sys.argv[2], "wb") as file:
         file.write(image)
 
 

@@ -6,7 +6,6 @@ enum {
   kLayers = 3,
   kColumns = 1024,  // the hills repeat after as many columns
   kTallest = 64,    // no hill is higher above the horizon
-  kRidgeTop = kHorizon - kTallest,
   kLit = 2,
 };
 
@@ -99,7 +98,7 @@ void PrepareRidges(void) {
   }
 }
 
-// By line from kRidgeTop on: shaded even and odd columns, then lit ones.
+// By line from the tallest hill's top on: shaded even and odd columns, then lit ones.
 typedef struct SLayerColors {
   uint16_t pixels[kTallest][4];
 } SLayerColors;
@@ -114,7 +113,7 @@ static void MixLayer(SLayerColors* colors, const SDaylight* day, uint32_t hazeTo
     const SColor shaded = BlendWide(day->ridge, day->haze, weight);
     const uint32_t lightHere = light * (kTallest - row / 2) / kTallest;
     const SColor lit = BlendWide(Narrow(shaded), day->glow, lightHere);
-    const SColor* dither = kDither[(row + kRidgeTop) & 3];
+    const SColor* dither = kDither[row & 3];
     uint16_t* pixels = colors->pixels[row];
     pixels[0] = (uint16_t)PixelOf(shaded + dither[0]);
     pixels[1] = (uint16_t)PixelOf(shaded + dither[1]);
@@ -123,13 +122,14 @@ static void MixLayer(SLayerColors* colors, const SDaylight* day, uint32_t hazeTo
   }
 }
 
-// One column of one layer from line `top` to before line `foot`, both counted from kRidgeTop. Faces
-// lean to one side with their depth below the ridge, one column every two lines.
-static void DrawFaces(uint16_t* page, uint32_t x, uint32_t layer, uint32_t column, uint32_t top,
+// One column of one layer from line `top` to before line `foot`, both counted from `tops`, the line
+// of the tallest hill's top. Faces lean to one side with their depth below the ridge, one column
+// every two lines.
+static void DrawFaces(uint16_t* tops, uint32_t x, uint32_t layer, uint32_t column, uint32_t top,
                       uint32_t foot) {
   const uint16_t* colors = gColors[layer].pixels[top] + (x & 1);
   const uint8_t* lit = gLit[layer] + column;
-  uint16_t* target = LineOf(page, kRidgeTop + (int32_t)top) + x;
+  uint16_t* target = LineOf(tops, (int32_t)top) + x;
   uint32_t rows = foot - top;
   for (; rows >= 2; rows -= 2) {
     const uint32_t face = *lit++;
@@ -146,6 +146,7 @@ void DrawRidges(uint16_t* page, const SDaylight* day, uint32_t moment) {
   MixLayer(&gColors[0], day, 110, 236, 74);
   MixLayer(&gColors[1], day, 40, 200, 30);
   MixLayer(&gColors[2], day, 0, 60, 0);
+  uint16_t* tops = LineOf(page, day->horizon - kTallest);
   uint32_t scrolled[kLayers];
   for (uint32_t layer = 0; layer < kLayers; layer++) {
     scrolled[layer] = moment * kSpeeds[layer] >> 8;
@@ -156,7 +157,7 @@ void DrawRidges(uint16_t* page, const SDaylight* day, uint32_t moment) {
       const uint32_t column = (x + scrolled[layer]) & (kColumns - 1);
       const uint32_t top = kTallest - gHeights[layer][column];
       if (top >= foot) continue;
-      DrawFaces(page, x, layer, column, top, foot);
+      DrawFaces(tops, x, layer, column, top, foot);
       foot = top;
     }
   }

@@ -7,12 +7,13 @@
  * offset there. */
 #define kSelfTestBlockPhysical 0x1000
 #define kSelfTestMagic 0x4C424143 /* the bytes "CABL" */
-#define kSelfTestVersion 1
+#define kSelfTestVersion 2
 
 /* States of the block. */
 #define kSelfTestRunning 1    /* the power-on tests are running or their result is held on screen */
-#define kSelfTestAttract 2    /* the tests are over and the attract scene runs */
+#define kSelfTestAttract 2    /* the tests are over and the program from the disk runs */
 #define kSelfTestEarlyFault 3 /* an exception came before the kernel had its own vector */
+#define kSelfTestDiskTrouble 4 /* the program cannot be loaded; diskResult tells why */
 
 #ifndef __ASSEMBLER__
 
@@ -56,15 +57,16 @@ typedef struct SSelfTestBlock {
   uint32_t selfTestCounts;    /*  68 length of the tests in steps of Count, kGroupSystem left out */
   uint32_t blankCount;        /*  72 vertical blank interrupts taken */
   uint32_t timerTicks;        /*  76 Compare interrupts taken */
-  uint32_t frameCount;        /*  80 frames of the attract scene that were shown */
-  uint32_t missedFrames;      /*  84 blanks of the attract scene that found no finished frame */
+  uint32_t frameCount;        /*  80 frames of the program that were shown */
+  uint32_t missedFrames;      /*  84 blanks of the program that found no finished frame */
   uint32_t drawCyclesLast;    /*  88 cycles from a frame's begin to its flip request */
   uint32_t drawCyclesMax;     /*  92 worst of those */
   uint32_t framePeriodCycles; /*  96 cycles between the last two blanks */
-  uint32_t pageRemaps;        /* 100 TLB writes of the attract scene */
+  uint32_t pageRemaps;        /* 100 TLB writes of the program */
   uint32_t faultCause;        /* 104 Cause of an exception that nothing expected, else 0 */
   uint32_t faultEpc;          /* 108 its EPC */
   SSelfTestGroup groups[kGroupCount]; /* 112 by group number; entry 0 is not used */
+  uint32_t diskResult; /* 156 0 once the program is loaded, else EDiskResult of kernel_calls.h */
 } SSelfTestBlock;
 
 #endif

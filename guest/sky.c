@@ -1,14 +1,6 @@
 // The sky: a dithered gradient, the halo with its disc, and stars.
 #include "guest/draw.h"
 
-#define DITHER(step) ((SColor)(step) << 42 | (SColor)(step) << 21 | (SColor)(step))
-const SColor kDither[4][2] = {
-    {DITHER(0), DITHER(1024)},
-    {DITHER(1536), DITHER(512)},
-    {DITHER(256), DITHER(1280)},
-    {DITHER(1792), DITHER(768)},
-};
-
 enum { kStarCount = 110, kGlowLeft = kWidth / 2 - kGlowHalf, kDiscHalf = 39, kSlitHeight = 7 };
 // The slits begin as many lines above the disc's middle.
 enum { kSlitsBegin = 14 };
@@ -60,7 +52,7 @@ void PrepareSky(void) {
 
 // Colour of a line of the bare sky, with fraction bits.
 static SColor SkyColor(const SDaylight* day, int32_t y) {
-  const uint32_t at = (uint32_t)y * (256 * (kSkyStops - 1)) / kHorizon;
+  const uint32_t at = (uint32_t)y * (256 * (kSkyStops - 1)) / (uint32_t)day->horizon;
   const uint32_t stop = at >> 8;
   return BlendWide(day->sky[stop], day->sky[stop + 1], at & 255);
 }
@@ -150,6 +142,7 @@ static void DrawHaloLine(uint64_t* line, uint32_t row, uint64_t sky, uint16_t (*
 static void DrawStars(uint16_t* page, const SDaylight* day, uint32_t moment) {
   for (uint32_t i = 0; i < kStarCount; i++) {
     const SStar* star = &gStars[i];
+    if (star->y >= day->horizon) continue;
     const uint32_t twinkle = (uint32_t)(Sine(star->phase + moment * 9) + 4096 * 2) / 48;
     uint32_t light = star->light * twinkle >> 8;
     light = (light > 255 ? 255 : light) * day->stars >> 8;
@@ -165,7 +158,7 @@ static void DrawStars(uint16_t* page, const SDaylight* day, uint32_t moment) {
 
 void DrawSky(uint16_t* page, const SDaylight* day, uint32_t moment) {
   uint16_t colors[kGlowLevels][2];
-  for (int32_t y = 0; y < kHorizon; y++) {
+  for (int32_t y = 0; y < day->horizon; y++) {
     const SColor sky = SkyColor(day, y);
     const SColor* dither = kDither[y & 3];
     const uint64_t pixels = FourPixels(sky, dither);

@@ -1,5 +1,13 @@
 #include "guest/draw.h"
 
+#define DITHER(step) ((SColor)(step) << 42 | (SColor)(step) << 21 | (SColor)(step))
+const SColor kDither[4][2] = {
+    {DITHER(0), DITHER(1024)},
+    {DITHER(1536), DITHER(512)},
+    {DITHER(256), DITHER(1280)},
+    {DITHER(1792), DITHER(768)},
+};
+
 int32_t TextWidth(const char* text) {
   int32_t width = 0;
   while (*text++) width += 8;
