@@ -38,20 +38,31 @@ static inline uint64_t Dim(uint64_t four, uint64_t tint) {
   return half + eighth + tint;
 }
 
-// Copies the held line `shift` pixels to the side, -kMargin < shift < kMargin - 4.
+// Copies the held line `shift` pixels to the side, -kMargin < shift < kMargin - 4. Four groups at a
+// time, since this is half of the lake's work.
 static void LayLine(uint64_t* target, int32_t shift, uint64_t tint) {
   const uint32_t start = (uint32_t)(kMargin + shift);
   const uint64_t* from = gMirror + start / 4;
+  const uint64_t* end = target + kWidth / 4;
   const uint32_t low = (start & 3) * 16;
   if (low == 0) {
-    for (uint32_t i = 0; i < kWidth / 4; i++) target[i] = Dim(from[i], tint);
+    for (; target < end; target += 4, from += 4) {
+      target[0] = Dim(from[0], tint);
+      target[1] = Dim(from[1], tint);
+      target[2] = Dim(from[2], tint);
+      target[3] = Dim(from[3], tint);
+    }
     return;
   }
+  const uint32_t high = 64 - low;
   uint64_t at = from[0];
-  for (uint32_t i = 0; i < kWidth / 4; i++) {
-    const uint64_t next = from[i + 1];
-    target[i] = Dim(at >> low | next << (64 - low), tint);
-    at = next;
+  for (; target < end; target += 4, from += 4) {
+    const uint64_t a = from[1], b = from[2], c = from[3], d = from[4];
+    target[0] = Dim(at >> low | a << high, tint);
+    target[1] = Dim(a >> low | b << high, tint);
+    target[2] = Dim(b >> low | c << high, tint);
+    target[3] = Dim(c >> low | d << high, tint);
+    at = d;
   }
 }
 

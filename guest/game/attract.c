@@ -86,8 +86,8 @@ static void DrawHint(uint16_t* page, uint32_t frames, uint32_t index, int32_t y,
                         .glow = MakeColor(255, 240, 200),
                         .haze = 0};
     TurnPose(&pose, frames * 6 + index * 200, 1024 - 40, 0);
-    pose.place =
-        (SVector){0.0f, model == kModelPost ? -1.3f : -0.2f, model == kModelLog ? 26.0f : 18.0f};
+    pose.place = (SVector){0.0f, model == kModelPost ? -1.3f : -0.2f,
+                           model == kModelLog || model == kModelPost ? 30.0f : 18.0f};
     DrawModel(page, &view, gModels[model], &pose);
   }
   DrawShadowText(page, 46, y, Text(text), RGB(28, 28, 31));

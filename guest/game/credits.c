@@ -33,7 +33,8 @@ static void AddCredits(uint32_t pool, uint32_t credits) {
 void CountCoins(void) {
   const SPrice* price = GetPrice();
   for (uint32_t slot = 0; slot < kCoinSlots; slot++) {
-    if (!(gSystem.pressed & 1u << slot)) continue;
+    // A cabinet that is being tilted takes no coins.
+    if (!(gSystem.pressed & 1u << slot) || (gSystem.held & kSystemTilt)) continue;
     const uint32_t pool = PoolOf(slot & 1);
     kGameBlock->coins = kGameBlock->coins + 1;
     gTable.coins[slot]++;

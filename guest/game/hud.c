@@ -27,8 +27,9 @@ static void DrawPlayer(uint16_t* page, uint32_t player, uint32_t moment) {
   char text[24];
   if (!p->bJoined) {
     if (gLake.bDemo || (moment & 32)) return;
-    const bool bCan = CanStart(player);
-    DrawShadowText(page, left, 6, Text(bCan ? kTextJoin : kTextInsertCoin), RGB(22, 22, 26));
+    const char* words = Text(CanStart(player) ? kTextJoin : kTextInsertCoin);
+    DrawShadowText(page, player == 0 ? left : kWidth - 6 - TextWidth(words), 18, words,
+                   RGB(22, 22, 26));
     return;
   }
   FormatNumber(text, p->score, 8);

@@ -46,7 +46,7 @@ static const char* const kCoinValues[kCountries] = {"$0.25", "0,50 EUR", "0,50 E
 static const char* const kStageNames[kStages][kCountries] = {
     {"SUNSET RUN", "ABENDFAHRT", "COURSE DU SOIR", "OCASO"},
     {"TEMPLE OF THE MOON", "TEMPEL DES MONDES", "TEMPLE DE LA LUNE", "TEMPLO DE LA LUNA"},
-    {"DAWN PATROL", "MORGENSTREIFE", "PATROUILLE DE L'AUBE", "PATRULLA DEL ALBA"},
+    {"DAWN PATROL", "MORGENSTREIFE", "GARDE DE L'AUBE", "PATRULLA DEL ALBA"},
     {"HIGH NOON", "ZWOELF UHR MITTAGS", "PLEIN MIDI", "MEDIODIA"},
 };
 // clang-format on

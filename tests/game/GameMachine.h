@@ -25,6 +25,7 @@ enum ESystem : u32 {
   kCoin1 = 0x001,
   kTestButton = 0x002,
   kServiceButton = 0x004,
+  kTilt = 0x008,
   kCoin2 = 0x010,
 };
 

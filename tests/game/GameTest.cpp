@@ -208,6 +208,20 @@ TEST_F(GameTest, EveryCountryHasATitleOfItsOwn) {
   EXPECT_EQ(pictures.size(), 4u);
 }
 
+TEST_F(GameTest, ACabinetThatIsTiltedTakesNoCoins) {
+  BootGame();
+  machine.PressSystem(kCoin1 | kTilt);
+  EXPECT_EQ(machine.Game().coins, 0u);
+  machine.PressSystem(kCoin1);
+  EXPECT_EQ(machine.Game().coins, 1u);
+}
+
+TEST_F(GameTest, TheSlowestDiskStillLoads) {
+  machine.Set("VX_ExtraReadTime", 3);
+  BootGame();
+  EXPECT_EQ(machine.Board().diskResult, 0u);
+}
+
 TEST_F(GameTest, TheTestSwitchOpensTheMenuAndItsTestsPass) {
   enum { kMemoryPage = 3, kDiskPage = 4, kGood = 1 };
   BootGame();
