@@ -103,10 +103,12 @@ void WriteSoundStrobe(CVXMachine* m, u32 address, u64 value, u32 bytes) {
   m->state.frameFlags ^= kRunFlagSoundPhase;
   const bool bFirstOfPair = (m->state.frameFlags & kRunFlagSoundPhase) != 0;
   const u8 command = static_cast<u8>(m->state.soundLatch);
-  if (bFirstOfPair && m->bInstancesActive != 0 && command == kForwardMark) {
+  if (bFirstOfPair && m->instances.IsActive() && command == kForwardMark) {
     m->state.soundForwardCount = kForwardedStrobes;
   }
-  if (m->state.soundForwardCount != 0) --m->state.soundForwardCount;
+  if (m->state.soundForwardCount == 0) return;
+  --m->state.soundForwardCount;
+  m->instances.Forward(command);
 }
 
 // Answers at even addresses alone. A cleared bit resets once, until a set bit releases the reset.

@@ -28,11 +28,6 @@ u32 CyclesBetween(f64 from, f64 to, f64 clockMHz) {
   return cycles < kMostCycles ? std::max(static_cast<u32>(cycles), 1u) : 0x7FFFFFFFu;
 }
 
-// A clock that time can be divided by; a loaded state can hold any.
-f64 UsableClock(f64 clockMHz, f64 otherwise) {
-  return std::isfinite(clockMHz) && clockMHz > 0.0 ? clockMHz : otherwise;
-}
-
 f64 MainClock(const CVXMachine* m) { return UsableClock(m->cpu.clockMHz, kDefaultClockMHz); }
 f64 SoundClock(const CVXMachine* m) { return UsableClock(m->sound.state.clockMHz, kSoundClockMHz); }
 
@@ -57,26 +52,54 @@ f64 CVXMachine::RunTo(void* context, f64 target) {
   return m->state.mainTime;
 }
 
+// The clones come last and always run up to the target; the answer is the main processor's. A
+// script hook inside a slice may replace them, so none is held over one.
+f64 CVXMachine::RunToWithInstances(void* context, f64 target) {
+  auto* m = static_cast<CVXMachine*>(context);
+  const f64 reached = RunTo(context, target);
+  const f64 clock = SoundClock(m);
+  for (size_t i = 0; i < m->instances.slots.size(); ++i) {
+    const f64 time = m->instances.slots[i].time;
+    if (!(target > time)) continue;
+    const std::shared_ptr<CInstancedADSP> instance = m->instances.slots[i].instance;
+    const u32 done = instance->processor.Run(CyclesBetween(time, target, clock));
+    if (i < m->instances.slots.size()) m->instances.slots[i].time += Elapsed(done, clock);
+  }
+  return reached;
+}
+
+void CVXMachine::SetInstanceCount(u32 count) {
+  if (instances.IsActive()) {
+    queue.ReplaceClient(clientIndex, RunTo, this);
+    instances.Clear(queue);
+  }
+  if (count == 0 || parent != nullptr) return;
+  instances.Create(count, sound, soundBoard, state.soundTime);
+  queue.ReplaceClient(clientIndex, RunToWithInstances, this);
+}
+
 void CVXMachine::OnEarliestEvent(void* context) {
   auto* m = static_cast<CVXMachine*>(context);
   if (m->cpu.budget != 0) {
     m->CutSlice();
   } else if (m->sound.IsInSlice()) {
     m->sound.CutSlice();
+  } else if (SDspInstanceSlot* const slot = m->instances.FindRunning()) {
+    slot->instance->processor.CutSlice();
   }
 }
 
 f64 CVXMachine::PreciseTime(void* context) {
-  const auto* m = static_cast<const CVXMachine*>(context);
+  auto* m = static_cast<CVXMachine*>(context);
   if (m->cpu.budget != 0) return m->state.mainTime + Elapsed(m->cpu.cycles, MainClock(m));
   if (m->sound.IsInSlice()) {
     return m->state.soundTime + Elapsed(m->sound.state.cycles, SoundClock(m));
   }
+  if (const SDspInstanceSlot* const slot = m->instances.FindRunning()) {
+    return slot->time + Elapsed(slot->instance->processor.state.cycles, SoundClock(m));
+  }
   return m->queue.LastFired();
 }
-
-// The processor has started at address 0 by now; its program is in place.
-void CVXMachine::OnSoundBootDone(void*, u64, f64) {}
 
 // --- The frame ---------------------------------------------------------------------------------
 
@@ -159,7 +182,11 @@ void CVXMachine::RunFrame() noexcept {
   MixFrame();
 }
 
-void CVXMachine::MixFrame() { soundBoard.sampleCount = 0; }
+void CVXMachine::MixFrame() {
+  mixer.MixFrame({soundBoard, instances, state.listenerVectors, (state.bInvertRight & 1) != 0,
+                  state.frameRateInForce},
+                 soundPort);
+}
 
 void CVXMachine::SaveState(SStateStream*, u8) noexcept {}
 bool CVXMachine::LoadState(SStateStream*) noexcept { return false; }

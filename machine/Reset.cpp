@@ -53,7 +53,6 @@ void CVXMachine::Reset() noexcept {
   if (bFreshPages == 0) std::memset(flatMem, 0, kLowRamBytes + kMainRamBytes);
   ResetState();
   lookAheadFrameNumber = 0;
-  tailCount = 0;
   if (bRandomStart.load(std::memory_order_relaxed) != 0) {
     state.randState = RandomSeed(HostClockMs());
     state.frameFlags |= kFrameRandomStart;
@@ -63,7 +62,7 @@ void CVXMachine::Reset() noexcept {
   pendingExtraReadTimeUs = 0;
 
   vBlankCount = 0;
-  outputCount = 0;
+  mixer.Reset();
   breakpointMap.clear();
   bPredecodeChanged = 1;
   ClearTouchedRecords();
@@ -74,7 +73,7 @@ void CVXMachine::Reset() noexcept {
   cpuBreakpoints = &breakpointMap;
 
   queue.Clear();
-  for (SDspInstanceSlot& slot : instances) slot.time = 0.0;
+  for (SDspInstanceSlot& slot : instances.slots) slot.time = 0.0;
   PrepareDisk(*this);
   ResetProcessor(this);
   sound.FullReset();

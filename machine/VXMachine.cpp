@@ -49,7 +49,9 @@ CVXMachine::CVXMachine() {
   queue.AddRebased(&state.soundTime);
   InitialiseProcessor(this);
   sound.board = &soundBoard;
-  sound.Construct(kSoundClockMHz, &queue, OnSoundBootDone, this);
+  sound.hooks = &dspPatchList;
+  sound.Construct(kSoundClockMHz, &queue, &soundPort, kMainProcessor);
+  soundBoard.PlaceHandlers();
   BuildIoTables(*this);
   packCylinders = 100;
   packHeads = 10;
@@ -68,6 +70,8 @@ CVXMachine::~CVXMachine() {
   StoreRecordCache(*this);
   StopDiskReader(*this);
   bLoaded = 0;
+  mixer.DestroySources(soundPort);
+  instances.Clear(queue);
 }
 
 void* CVXMachine::Destruct(u32 deleteFlag) noexcept {
@@ -84,13 +88,7 @@ u8* CVXMachine::GetMemoryImage() noexcept { return flatMem; }
 bool CVXMachine::IsLoaded() noexcept { return bLoaded != 0; }
 u64 CVXMachine::GetFrameCount() noexcept { return state.frameNumber; }
 
-i64 CVXMachine::GetSampleRate() noexcept {
-  constexpr i64 kDefaultSampleRate = 31250;
-  const f64 periodUs = soundBoard.link.samplePeriod;
-  if (!(periodUs > 0.0)) return kDefaultSampleRate;
-  const f64 rate = 1000000.0 / periodUs;
-  return rate < static_cast<f64>(INT32_MAX) ? static_cast<i64>(rate) : INT32_MAX;
-}
+i64 CVXMachine::GetSampleRate() noexcept { return soundBoard.SampleRate(); }
 
 void CVXMachine::ApplySettings() noexcept {
   pendingDipWord.store(EffectiveDipWord());

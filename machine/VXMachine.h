@@ -20,11 +20,13 @@
 #include "devices/DiskStore.h"
 #include "devices/IoTables.h"
 #include "machine/EventQueue.h"
+#include "machine/MachineSoundPort.h"
 #include "mips3/AddressMap.h"
 #include "mips3/Context.h"
 #include "plugin/Quillon.h"
 #include "sound/ADSP.h"
-#include "sound/DspInstance.h"
+#include "sound/DspInstances.h"
+#include "sound/Mixer.h"
 #include "sound/SoundBoard.h"
 
 namespace vx {
@@ -91,15 +93,8 @@ struct SScriptBlob {
   std::vector<u8> bytes;
 };
 
-// A script hook planted in the sound program.
-struct SDspPatch {
-  u32 handle, savedWord, address, tag;
-};
-static_assert(sizeof(SDspPatch) == 16);
-
 inline constexpr u32 kVideoWidth = 320;
 inline constexpr u32 kVideoHeight = 240;
-inline constexpr u32 kOutputBufferBytes = 32768;
 
 class CVXMachine final : public CQuillonMachineBase {
  public:
@@ -144,6 +139,9 @@ class CVXMachine final : public CQuillonMachineBase {
   void CaptureFrame();
   // Hands the frame's samples to the host.
   void MixFrame();
+  // Replaces the clones of the sound processor by so many new ones of its present state; 0 leaves
+  // none. A look-ahead clone of the machine has none.
+  void SetInstanceCount(u32 count);
   // Sets or clears an interrupt line in Cause; a change ends a running slice.
   void SetCauseLine(u32 line, bool bRaised);
   // Ends the main processor's running slice at its present cycle; nothing outside a slice.
@@ -168,6 +166,7 @@ class CVXMachine final : public CQuillonMachineBase {
 
   // --- Sound processor: its state is saved -----------------------------------------------------
   CADSP sound;
+  CMachineSoundPort soundPort{*this};
 
   // --- Guest memory image: both RAMs are saved -------------------------------------------------
   alignas(4096) u8 flatMem[kFlatBytes];
@@ -233,11 +232,7 @@ class CVXMachine final : public CQuillonMachineBase {
   CSoundBoard soundBoard;  // saved
 
   // --- DSP instances ---------------------------------------------------------------------------
-  std::vector<SDspInstanceSlot> instances;
-  u8 bInstancesActive = 0;
-  std::vector<SSpatialSource> spatialSources;
-  std::unique_ptr<i32[]> tailBuffer;
-  u32 tailCount = 0;
+  CDspInstances instances;  // saved, after everything else
 
   u32 clientIndex = 0;
   u32 videoEventEndId = CEventQueue::kNoId;
@@ -248,10 +243,7 @@ class CVXMachine final : public CQuillonMachineBase {
   u32 inputCount = 0;
 
   // --- Sound output ----------------------------------------------------------------------------
-  u8 outputBuffer[kOutputBufferBytes] =
-      {};  // interleaved 16-bit stereo; saved as far as it is filled
-  u32 outputCount = 0;
-  std::unique_ptr<i32[]> mixBuffer;
+  CMixer mixer;  // saved: samples held for the host, and the tail of its sources
   std::unique_ptr<u8[]> stateBuffer;
 
   std::map<u64, SScriptBlob> scriptBlobStore;  // saved
@@ -277,8 +269,8 @@ class CVXMachine final : public CQuillonMachineBase {
   static void OnVideoEventEnd(void* context, u64 userData, f64 time);
   static void OnVideoEventStart(void* context, u64 userData, f64 time);
   static void OnEarliestEvent(void* context);
-  static void OnSoundBootDone(void* context, u64 userData, f64 time);
   static f64 RunTo(void* context, f64 target);
+  static f64 RunToWithInstances(void* context, f64 target);
   static f64 PreciseTime(void* context);
 
   void Unload();

@@ -1,31 +1,32 @@
 #include "sound/ADSP.h"
 
-#include <bit>
 #include <cstring>
 
 namespace vx {
 
 namespace {
 
-constexpr u32 kAddressMask = 0x3FFF;
-constexpr u32 kNoLoop = 65535;
-constexpr u32 kAllStacksEmpty = 0x55;
-
-u32 CircularMask(u32 length) {
-  if (length <= 1) return kAddressMask;
-  const u32 bits = static_cast<u32>(std::bit_width(length - 1));
-  return ((1u << bits) - 1) ^ kAddressMask;
-}
+constexpr f64 kQuietUs = 1000.0;
 
 }  // namespace
 
-void CADSP::Construct(f64 clockMHz, CEventQueue* eventQueue, CEventQueue::Callback onBootDone,
-                      void* context) {
+// --- Construction and resets -------------------------------------------------------------------
+
+void CADSP::Construct(f64 clockMHz, CEventQueue* eventQueue, CSoundPort* soundPort,
+                      const SADSPVariant& itsVariant) {
   std::memset(&state, 0, sizeof(state));
   state.clockMHz = clockMHz;
   queue = eventQueue;
-  bootDoneEventId = queue->Register(onBootDone, context);
+  port = soundPort;
+  variant = &itsVariant;
+  bootDoneEventId = queue->Register(OnBootDone, this);
+  if (variant->bQuietTimer) quietStopEventId = queue->Register(OnQuietStop, this);
   FullReset();
+}
+
+void CADSP::Unregister() {
+  if (variant->bQuietTimer) queue->Unregister(quietStopEventId);
+  queue->Unregister(bootDoneEventId);
 }
 
 void CADSP::FullReset() {
@@ -60,14 +61,31 @@ void CADSP::ProcessorReset() {
   state.irqLevel = 0;
   state.imask = 0;
   state.runFlags = 0;
-  state.sstat = kAllStacksEmpty;
+  state.sstat = kSstatAllEmpty;
+  if (variant->bQuietTimer) ArmQuiet();
 }
 
-u32 CADSP::Run(u32 cycles) { return cycles; }
+// --- Events ------------------------------------------------------------------------------------
 
-void CADSP::CutSlice() {
-  if (state.cutCycles == 0) state.cutCycles = state.cycles + 1;
-  state.cycles = state.cycleTarget;
+void CADSP::ArmQuiet() {
+  if ((state.runFlags & (kRunQuietArmed | kRunHalted)) != 0) return;
+  state.runFlags |= kRunQuietArmed;
+  queue->Cancel(quietStopEventId);
+  queue->Schedule(queue->Now() + kQuietUs, quietStopEventId, 0);
+}
+
+bool CADSP::WakeUp() {
+  if ((state.runFlags & (kRunQuietArmed | kRunHalted)) == 0) return false;
+  state.runFlags &= ~u32{kRunQuietArmed | kRunHalted};
+  queue->Cancel(quietStopEventId);
+  return true;
+}
+
+void CADSP::OnBootDone(void* context, u64, f64) { static_cast<CADSP*>(context)->FinishBoot(); }
+
+void CADSP::OnQuietStop(void* context, u64, f64) {
+  auto* p = static_cast<CADSP*>(context);
+  p->state.runFlags = (p->state.runFlags & ~u32{kRunQuietArmed}) | kRunHalted;
 }
 
 }  // namespace vx

@@ -7,9 +7,13 @@ namespace vx {
 namespace {
 
 constexpr f64 kBootDoneUs = 1000.0;
-constexpr u32 kCommandIrq = 1u << 2;
+constexpr u32 kBankMask = 0x7FF;
+constexpr u32 kWindowBytes = 4096;
+constexpr u32 kWindowsPerRom = 128;
 
 }  // namespace
+
+// --- Construction and resets -------------------------------------------------------------------
 
 void CSoundBoard::Construct(CADSP* processor, const SRom& rom, CEventQueue* queue) {
   processor_ = processor;
@@ -18,6 +22,22 @@ void CSoundBoard::Construct(CADSP* processor, const SRom& rom, CEventQueue* queu
   autobufferTickId_ = queue->Register(OnAutobufferTick, this);
   irqDropId_ = queue->Register(OnIrqDrop, this);
   BoardReset();
+}
+
+void CSoundBoard::Unregister() {
+  queue_->Unregister(irqDropId_);
+  queue_->Unregister(autobufferTickId_);
+}
+
+void CSoundBoard::PlaceHandlers() {
+  for (u32 i = 0; i < kDeviceWords; ++i) {
+    processor_->writeTable[kBankSelect + i] = OnBankSelect;
+    processor_->readTable[kLatches + i] = OnCommandRead;
+    processor_->writeTable[kLatches + i] = OnReplyWrite;
+  }
+  for (u32 i = 0; i < kControlRegCount; ++i) {
+    processor_->writeTable[kControlRegs + i] = OnControlWrite;
+  }
 }
 
 void CSoundBoard::BoardReset() {
@@ -59,20 +79,37 @@ void CSoundBoard::SoundReset() {
   link.soundResetHeld = 1;
 }
 
+// --- Latches and bank --------------------------------------------------------------------------
+
 void CSoundBoard::WriteCommand(u16 value) {
-  SADSPState& processor = processor_->state;
   link.boardFlags &= ~u32{kCommandTaken};
   link.commandLatch = value;
-  if ((processor.irqLevel & kCommandIrq) == 0) processor.irqLatched |= kCommandIrq;
-  processor.irqLevel |= kCommandIrq;
+  processor_->RaiseLine(kPendingCommand);
   queue_->NotifyEarliest();
 }
 
-void CSoundBoard::OnAutobufferTick(void*, u64, f64) {}
+u16 CSoundBoard::OnCommandRead(CSoundBoard* board, u32) {
+  board->link.boardFlags |= kCommandTaken;
+  board->processor_->DropLine(kPendingCommand);
+  return board->link.commandLatch;
+}
+
+void CSoundBoard::OnReplyWrite(CSoundBoard* board, u32, u16 value) {
+  board->link.boardFlags &= ~u32{kReplyTaken};
+  board->link.replyLatch = value;
+}
+
+void CSoundBoard::OnBankSelect(CSoundBoard* board, u32, u16 value) {
+  SSoundLinkBlock& link = board->link;
+  const u32 bank = value & kBankMask;
+  if (bank == link.bankRegister) return;
+  link.bankRegister = bank;
+  link.bankOffset = ((bank >> 8) * kWindowsPerRom + (bank & 0xFF)) * kWindowBytes;
+}
 
 void CSoundBoard::OnIrqDrop(void* context, u64 userData, f64) {
   auto* board = static_cast<CSoundBoard*>(context);
-  board->processor_->state.irqLevel &= ~(1u << (userData & 31));
+  board->processor_->DropLine(1u << (userData & 31));
 }
 
 }  // namespace vx
