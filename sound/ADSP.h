@@ -81,8 +81,8 @@ class CADSP {
   void DropLine(u32 pending) { state.irqLevel &= ~pending; }
 
   // What an instruction's condition field says; the counter's condition counts down.
-  bool EvalCondition(u32 code);
-  void StepLoopEnd(u32 pc);
+  bool EvalCondition(u32 code, u32 astat);
+  void StepLoopEnd(u32 pc, u32 astat);
   void PushPc(u32 value);
   u32 PopPc();
   void PushLoop(u32 entry);

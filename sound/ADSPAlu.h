@@ -98,25 +98,27 @@ constexpr SAluResult Compute(u32 x, u32 y) {
 enum class EAluTarget { Ar, Af };
 
 template <EAlu op, EAluTarget target>
-void ExecuteAlu(CADSP& p, u32 word) {
+u32 ExecuteAlu(CADSP& p, u32 word, u32 astat) {
   if constexpr (!IsAluOpPresent(op)) {
     p.port->Log(ESoundLog::Error, "ADSP unimplemented alu op: %i\n", static_cast<u32>(op), 0, 0);
+    return astat;
   } else {
     SADSPState& s = p.state;
     const SAluResult result = Compute<op>(XOperand(p, word, kAluX), YOperand(p, word, kAluY));
     // AV stands under the latch, and AS is only ever set.
     const u32 kept = ~u32{kAstatZero | kAstatNegative | kAstatCarry | kAstatOverflow} |
                      (s.mstat & kMstatOverflowLatch);
-    s.astat = (s.astat & kept) | result.flags;
+    astat = (astat & kept) | result.flags;
     if constexpr (target == EAluTarget::Af) {
       s.bank.af = static_cast<u16>(result.r);
     } else {
       u32 r = result.r;
-      if ((s.mstat & kMstatSaturate) != 0 && (s.astat & kAstatOverflow) != 0) {
+      if ((s.mstat & kMstatSaturate) != 0 && (astat & kAstatOverflow) != 0) {
         r = result.bNegativeLimit ? 0x8000 : 0x7FFF;
       }
       s.bank.ar = static_cast<u16>(r);
     }
+    return astat;
   }
 }
 // One bit serves as the latch mode in MSTAT and as AV in ASTAT.
@@ -151,26 +153,26 @@ inline constexpr const UnitTable& kAluToAf = kAluTable<EAluTarget::Af>;
 
 inline u32 QuotientFlag(u32 word16) { return word16 >> 10 & kAstatQuotient; }
 
-inline void DivideSign(CADSP& p, u32 word) {
+inline u32 DivideSign(CADSP& p, u32 word, u32 astat) {
   SADSPState& s = p.state;
   const u32 y = YOperand(p, word, kAluY);
   const u32 signs = XOperand(p, word, kAluX) ^ y;
   const u32 ay0 = s.bank.ay[0];
-  s.astat = (s.astat & ~u32{kAstatQuotient}) | QuotientFlag(signs);
   s.bank.af = static_cast<u16>(y << 1 | ay0 >> 15);
   s.bank.ay[0] = static_cast<u16>(ay0 << 1 | (signs >> 15 & 1));
+  return (astat & ~u32{kAstatQuotient}) | QuotientFlag(signs);
 }
 
 // The quotient bit is the remainder's inverted sign, whatever the divisor's.
-inline void DivideStep(CADSP& p, u32 word) {
+inline u32 DivideStep(CADSP& p, u32 word, u32 astat) {
   SADSPState& s = p.state;
   const u32 x = XOperand(p, word, kAluX);
   const u32 ay0 = s.bank.ay[0];
-  const bool bAdd = (s.astat & kAstatQuotient) != 0;
+  const bool bAdd = (astat & kAstatQuotient) != 0;
   const u32 r = bAdd ? s.bank.af + x : s.bank.af - x;
-  s.astat = (s.astat & ~u32{kAstatQuotient}) | QuotientFlag(r ^ x);
   s.bank.af = static_cast<u16>(r << 1 | ay0 >> 15);
   s.bank.ay[0] = static_cast<u16>(ay0 << 1 | (~r >> 15 & 1));
+  return (astat & ~u32{kAstatQuotient}) | QuotientFlag(r ^ x);
 }
 
 }  // namespace vx

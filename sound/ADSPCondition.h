@@ -34,8 +34,8 @@ inline constexpr SConditionTable kConditions = [] {
   return table;
 }();
 
-inline bool CADSP::EvalCondition(u32 code) {
-  if (code != kCounterCondition) return kConditions.bTrue[code][state.astat & 0xFF] != 0;
+inline bool CADSP::EvalCondition(u32 code, u32 astat) {
+  if (code != kCounterCondition) return kConditions.bTrue[code][astat & 0xFF] != 0;
   if (state.cntr == 0) return false;
   if (--state.cntr != 0) return true;
   PopCounter();

@@ -14,25 +14,25 @@ namespace {
 
 // --- Forms around the shifter, whose operation lies in bits 11 to 14 ---------------------------
 
-void ExecuteShift(CADSP& p, u32 word) { kShiftBySe[Bits(word, kShiftCodeBit, 4)](p, word); }
-void ShiftImmediate(CADSP& p, u32 word) {
-  kShiftByImmediate[Bits(word, kShiftCodeBit, 4)](p, word);
+u32 ExecuteShift(CADSP& p, u32 word, u32 astat) {
+  return kShiftBySe[Bits(word, kShiftCodeBit, 4)](p, word, astat);
+}
+u32 ShiftImmediate(CADSP& p, u32 word, u32 astat) {
+  return kShiftByImmediate[Bits(word, kShiftCodeBit, 4)](p, word, astat);
 }
 
 // The source is read after the shift.
-void ShiftWithMove(CADSP& p, u32 word) {
-  ExecuteShift(p, word);
+u32 ShiftWithMove(CADSP& p, u32 word, u32 astat) {
+  astat = ExecuteShift(p, word, astat);
   HighDataRegister(p, word) = LowDataRegister(p, word);
+  return astat;
 }
 
 template <EGenerator generator>
-void ShiftWithData(CADSP& p, u32 word) {
+u32 ShiftWithData(CADSP& p, u32 word, u32 astat) {
   const bool bStore = Bits(word, 15, 1) != 0;
-  if (bStore) {
-    WithDataWrite<ExecuteShift, generator>(p, word);
-  } else {
-    WithDataRead<ExecuteShift, generator>(p, word);
-  }
+  return bStore ? WithDataWrite<ExecuteShift, generator>(p, word, astat)
+                : WithDataRead<ExecuteShift, generator>(p, word, astat);
 }
 
 // --- Rows --------------------------------------------------------------------------------------
@@ -77,24 +77,24 @@ struct SDecodeRow {
 constexpr SDecodeRow kRows[] = {
   // bytes       operation
   { 0x00, 0x00, Any(DoNothing)                        },
-  { 0x01, 0x01, Any(Planted)                          },
-  { 0x02, 0x04, Any(ReportMissing)                    },  // IDLE, flags, stack control
+  { 0x01, 0x01, Any(Synced<Planted>)                          },
+  { 0x02, 0x04, Any(Synced<ReportMissing>)                    },  // IDLE, flags, stack control
   { 0x05, 0x05, Any(SaturateMr)                       },
   { 0x06, 0x06, Any(DivideSign)                       },
   { 0x07, 0x07, Any(DivideStep)                       },
-  { 0x08, 0x08, Any(ReportMissing)                    },
-  { 0x09, 0x09, Any(ModifyAddress)                    },
+  { 0x08, 0x08, Any(Synced<ReportMissing>)                    },
+  { 0x09, 0x09, Any(Apart<ModifyAddress>)                    },
   { 0x0A, 0x0A, Any(Return)                           },
   { 0x0B, 0x0B, Any(JumpIndirect)                     },
-  { 0x0C, 0x0C, Any(ControlModes)                     },
-  { 0x0D, 0x0D, Any(MoveRegister)                     },
+  { 0x0C, 0x0C, Any(Apart<ControlModes>)                     },
+  { 0x0D, 0x0D, Any(Synced<MoveRegister>)                     },
   { 0x0E, 0x0E, Any(Conditional<ExecuteShift>)        },
   { 0x0F, 0x0F, Any(ShiftImmediate)                   },
   { 0x10, 0x10, Any(ShiftWithMove)                    },
-  { 0x11, 0x11, Any(ReportMissing)                    },  // shift with program memory
+  { 0x11, 0x11, Any(Synced<ReportMissing>)                    },  // shift with program memory
   { 0x12, 0x12, Any(ShiftWithData<kFirst>)            },
   { 0x13, 0x13, Any(ShiftWithData<kSecond>)           },
-  { 0x14, 0x17, Any(DoUntil)                          },
+  { 0x14, 0x17, Any(Apart<DoUntil>)                          },
   { 0x18, 0x1B, Any(Jump)                             },
   { 0x1C, 0x1F, Any(Call)                             },
   { 0x20, 0x21, Each<kMacToMr>(kConditional)          },
@@ -105,17 +105,17 @@ constexpr SDecodeRow kRows[] = {
   { 0x2A, 0x2B, Each<kAluToAr>(kWithMove)             },
   { 0x2C, 0x2D, Each<kMacToMf>(kWithMove)             },
   { 0x2E, 0x2F, Each<kAluToAf>(kWithMove)             },
-  { 0x30, 0x33, Any(ReportMissing)                    },
-  { 0x34, 0x37, Any(LoadGroupImmediate<1>)            },
-  { 0x38, 0x3B, Any(LoadGroupImmediate<2>)            },
-  { 0x3C, 0x3F, Any(LoadGroupImmediate<3>)            },
-  { 0x40, 0x4F, Any(LoadDataImmediate)                },
+  { 0x30, 0x33, Any(Synced<ReportMissing>)                    },
+  { 0x34, 0x37, Any(Apart<LoadGroupImmediate<1>>)            },
+  { 0x38, 0x3B, Any(Apart<LoadGroupImmediate<2>>)            },
+  { 0x3C, 0x3F, Any(Synced<LoadGroupImmediate<3>>)            },
+  { 0x40, 0x4F, Any(Apart<LoadDataImmediate>)                },
   { 0x50, 0x51, Each<kMacToMr>(kProgramRead)          },
   { 0x52, 0x53, Each<kAluToAr>(kProgramRead)          },
   { 0x54, 0x55, Each<kMacToMf>(kProgramRead)          },
   { 0x56, 0x57, Each<kAluToAf>(kProgramRead)          },
   { 0x58, 0x59, Each<kMacToMr>(kProgramWrite)         },
-  { 0x5A, 0x5F, Any(ReportMissing)                    },  // other units with a program write
+  { 0x5A, 0x5F, Any(Synced<ReportMissing>)                    },  // other units with a program write
   { 0x60, 0x61, Each<kMacToMr>(kDataRead<kFirst>)     },
   { 0x62, 0x63, Each<kAluToAr>(kDataRead<kFirst>)     },
   { 0x64, 0x65, Each<kMacToMf>(kDataRead<kFirst>)     },
@@ -132,17 +132,17 @@ constexpr SDecodeRow kRows[] = {
   { 0x7A, 0x7B, Each<kAluToAr>(kDataWrite<kSecond>)   },
   { 0x7C, 0x7D, Each<kMacToMf>(kDataWrite<kSecond>)   },
   { 0x7E, 0x7F, Each<kAluToAf>(kDataWrite<kSecond>)   },
-  { 0x80, 0x83, Any(LoadGroupFromData<0>)             },
-  { 0x84, 0x87, Any(LoadGroupFromData<1>)             },
-  { 0x88, 0x8B, Any(LoadGroupFromData<2>)             },
-  { 0x8C, 0x8F, Any(LoadGroupFromData<3>)             },
-  { 0x90, 0x93, Any(StoreGroupToData<0>)              },
-  { 0x94, 0x97, Any(StoreGroupToData<1>)              },
-  { 0x98, 0x9B, Any(StoreGroupToData<2>)              },
-  { 0x9C, 0x9F, Any(ReportMissing)                    },
+  { 0x80, 0x83, Any(Synced<LoadGroupFromData<0>>)             },
+  { 0x84, 0x87, Any(Synced<LoadGroupFromData<1>>)             },
+  { 0x88, 0x8B, Any(Synced<LoadGroupFromData<2>>)             },
+  { 0x8C, 0x8F, Any(Synced<LoadGroupFromData<3>>)             },
+  { 0x90, 0x93, Any(Synced<StoreGroupToData<0>>)              },
+  { 0x94, 0x97, Any(Synced<StoreGroupToData<1>>)              },
+  { 0x98, 0x9B, Any(Synced<StoreGroupToData<2>>)              },
+  { 0x9C, 0x9F, Any(Synced<ReportMissing>)                    },
   { 0xA0, 0xAF, Any(StoreImmediate<kFirst>)           },
   { 0xB0, 0xBF, Any(StoreImmediate<kSecond>)          },
-  { 0xC0, 0xFF, Any(ReportMissing)                    },  // two data accesses at once
+  { 0xC0, 0xFF, Any(Synced<ReportMissing>)                    },  // two data accesses at once
 };
 // clang-format on
 

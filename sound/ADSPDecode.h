@@ -7,7 +7,9 @@
 
 namespace vx {
 
-using AdspHandler = void (*)(CADSP& p, u32 word);
+// Executes a word. ASTAT comes and goes in a register: nearly every word that computes changes some
+// of its bits, and would else wait for the store of the one before.
+using AdspHandler = u32 (*)(CADSP& p, u32 word, u32 astat);
 
 // The top byte gives the form and, in the forms that compute, bits 13 to 16 the unit's operation.
 // Both lie in bits 13 to 23, so that one jump reaches code that is made for the pair.

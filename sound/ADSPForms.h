@@ -5,6 +5,8 @@
 // the instruction does nothing.
 #pragma once
 
+#include <iterator>
+
 #include "sound/ADSPCondition.h"
 #include "sound/ADSPMemory.h"
 #include "sound/ADSPUnits.h"
@@ -31,6 +33,25 @@ constexpr u32 ModifierField(u32 word) {
   return Bits(word, 0, 2) + static_cast<u32>(generator);
 }
 
+// --- ASTAT in its register ---------------------------------------------------------------------
+
+using PlainOp = void (*)(CADSP& p, u32 word);
+
+// A word that neither reads nor writes ASTAT.
+template <PlainOp op>
+u32 Apart(CADSP& p, u32 word, u32 astat) {
+  op(p, word);
+  return astat;
+}
+
+// A word that may reach ASTAT in the state, by a register access, a device or a script.
+template <PlainOp op>
+u32 Synced(CADSP& p, u32 word, u32 astat) {
+  p.state.astat = astat;
+  op(p, word);
+  return p.state.astat;
+}
+
 // --- Memory accesses through an address register -----------------------------------------------
 
 template <EGenerator generator>
@@ -46,86 +67,91 @@ template <EGenerator generator>
 // The rest of an instruction whose access leads to a device. Each stands apart from the near case,
 // which thus calls nothing and saves no register.
 template <EGenerator generator>
-[[gnu::noinline, gnu::cold]] void LoadFar(CADSP& p, u32 word) {
+[[gnu::noinline, gnu::cold]] u32 LoadFar(CADSP& p, u32 word, u32 astat) {
+  p.state.astat = astat;
   const u16 value = p.ReadData(AddressOf<generator>(p.state, word));
   StepIndex<generator>(p.state, word);
   HighDataRegister(p, word) = value;
+  return p.state.astat;
 }
 
 template <UnitOp op, EGenerator generator>
-[[gnu::noinline, gnu::cold]] void StoreFar(CADSP& p, u32 word, u16 value) {
-  if (!p.WriteData(AddressOf<generator>(p.state, word), value)) return;
+[[gnu::noinline, gnu::cold]] u32 StoreFar(CADSP& p, u32 word, u32 astat, u16 value) {
+  p.state.astat = astat;
+  if (!p.WriteData(AddressOf<generator>(p.state, word), value)) return p.state.astat;
   StepIndex<generator>(p.state, word);
-  op(p, word);
+  return op(p, word, p.state.astat);
 }
 
 template <EGenerator generator>
-[[gnu::always_inline]] inline void LoadAndStep(CADSP& p, u32 word) {
+[[gnu::always_inline]] inline u32 LoadAndStep(CADSP& p, u32 word, u32 astat) {
   const u32 address = AddressOf<generator>(p.state, word);
   if (!IsNearToRead(address)) [[unlikely]]
-    return LoadFar<generator>(p, word);
+    return LoadFar<generator>(p, word, astat);
   const u16 value = p.ReadNear(address);
   StepIndex<generator>(p.state, word);
   HighDataRegister(p, word) = value;
+  return astat;
 }
 
 template <UnitOp op, EGenerator generator>
-[[gnu::always_inline]] inline void StoreAndStep(CADSP& p, u32 word, u16 value) {
+[[gnu::always_inline]] inline u32 StoreAndStep(CADSP& p, u32 word, u32 astat, u16 value) {
   const u32 address = AddressOf<generator>(p.state, word);
   if (!IsNearToWrite(address)) [[unlikely]]
-    return StoreFar<op, generator>(p, word, value);
+    return StoreFar<op, generator>(p, word, astat, value);
   p.WriteNear(address, value);
   StepIndex<generator>(p.state, word);
-  op(p, word);
+  return op(p, word, astat);
 }
 
-inline void DoNothing(CADSP&, u32) {}
+inline u32 DoNothing(CADSP&, u32, u32 astat) { return astat; }
 
 // --- Forms around a unit's operation -----------------------------------------------------------
 
 template <UnitOp op>
-void Conditional(CADSP& p, u32 word) {
-  if (p.EvalCondition(ConditionField(word))) op(p, word);
+u32 Conditional(CADSP& p, u32 word, u32 astat) {
+  return p.EvalCondition(ConditionField(word), astat) ? op(p, word, astat) : astat;
 }
 
 // The source is read before the operation and lands after it.
 template <UnitOp op>
-void WithMove(CADSP& p, u32 word) {
+u32 WithMove(CADSP& p, u32 word, u32 astat) {
   const u16 value = LowDataRegister(p, word);
-  op(p, word);
+  astat = op(p, word, astat);
   HighDataRegister(p, word) = value;
+  return astat;
 }
 
 template <UnitOp op, EGenerator generator>
-void WithDataRead(CADSP& p, u32 word) {
-  op(p, word);
-  LoadAndStep<generator>(p, word);
+u32 WithDataRead(CADSP& p, u32 word, u32 astat) {
+  return LoadAndStep<generator>(p, word, op(p, word, astat));
 }
 
 template <UnitOp op, EGenerator generator>
-void WithDataWrite(CADSP& p, u32 word) {
-  StoreAndStep<op, generator>(p, word, HighDataRegister(p, word));
+u32 WithDataWrite(CADSP& p, u32 word, u32 astat) {
+  return StoreAndStep<op, generator>(p, word, astat, HighDataRegister(p, word));
 }
 
 template <UnitOp op>
-void WithProgramRead(CADSP& p, u32 word) {
-  op(p, word);
+u32 WithProgramRead(CADSP& p, u32 word, u32 astat) {
+  astat = op(p, word, astat);
   SADSPState& s = p.state;
   const u32 index = IndexField<EGenerator::Second>(word);
   const u32 read = p.ReadProgram(s.dag[index].i & kAddressMask);
   PostModify(s, index, ModifierField<EGenerator::Second>(word));
   s.px = read & 0xFF;
   HighDataRegister(p, word) = static_cast<u16>(read >> 8);
+  return astat;
 }
 
 template <UnitOp op>
-void WithProgramWrite(CADSP& p, u32 word) {
+u32 WithProgramWrite(CADSP& p, u32 word, u32 astat) {
   SADSPState& s = p.state;
   const u32 index = IndexField<EGenerator::Second>(word);
   p.WriteProgram(s.dag[index].i & kAddressMask,
                  u32{HighDataRegister(p, word)} << 8 | (s.px & 0xFF));
   PostModify(s, index, ModifierField<EGenerator::Second>(word));
-  op(p, word);
+  return op(p, word, astat);
 }
 
 // --- Moves and immediates ----------------------------------------------------------------------
@@ -158,8 +184,8 @@ void StoreGroupToData(CADSP& p, u32 word) {
 }
 
 template <EGenerator generator>
-void StoreImmediate(CADSP& p, u32 word) {
-  StoreAndStep<DoNothing, generator>(p, word, static_cast<u16>(Bits(word, 4, 16)));
+u32 StoreImmediate(CADSP& p, u32 word, u32 astat) {
+  return StoreAndStep<DoNothing, generator>(p, word, astat, static_cast<u16>(Bits(word, 4, 16)));
 }
 
 inline void ModifyAddress(CADSP& p, u32 word) {
@@ -203,34 +229,38 @@ inline void SkipIfWaiting(CADSP& p, const SWaitLoop& loop) {
   if (bWaits && s.cycles > kWaitLoopCycles) s.cycles = s.cycleTarget;
 }
 
-inline void Jump(CADSP& p, u32 word) {
-  if (!p.EvalCondition(ConditionField(word))) return;
+inline u32 Jump(CADSP& p, u32 word, u32 astat) {
+  if (!p.EvalCondition(ConditionField(word), astat)) return astat;
   for (const SWaitLoop& loop : kWaitLoops) {
     if (word == loop.jump) SkipIfWaiting(p, loop);
   }
   p.state.pc = AddressField(word);
+  return astat;
 }
 
-inline void Call(CADSP& p, u32 word) {
-  if (!p.EvalCondition(ConditionField(word))) return;
+inline u32 Call(CADSP& p, u32 word, u32 astat) {
+  if (!p.EvalCondition(ConditionField(word), astat)) return astat;
   p.PushPc(p.state.pc);
   p.state.pc = AddressField(word);
+  return astat;
 }
 
-inline void JumpIndirect(CADSP& p, u32 word) {
-  if (!p.EvalCondition(ConditionField(word))) return;
+inline u32 JumpIndirect(CADSP& p, u32 word, u32 astat) {
+  if (!p.EvalCondition(ConditionField(word), astat)) return astat;
   const bool bCall = Bits(word, 4, 1) != 0;
   if (bCall) p.PushPc(p.state.pc);
   p.state.pc = p.state.dag[4 + Bits(word, 6, 2)].i & kAddressMask;
+  return astat;
 }
 
-inline void Return(CADSP& p, u32 word) {
-  if (!p.EvalCondition(ConditionField(word))) return;
+inline u32 Return(CADSP& p, u32 word, u32 astat) {
+  if (!p.EvalCondition(ConditionField(word), astat)) return astat;
   p.state.pc = p.PopPc();
   const bool bFromInterrupt = Bits(word, 4, 1) != 0;
-  if (!bFromInterrupt) return;
+  if (!bFromInterrupt) return astat;
   p.PopStatus();
   p.CheckInterrupts();
+  return p.state.astat;
 }
 
 // Pairs of bits from bit 2 up: touch the mode, and its value.

@@ -41,23 +41,24 @@ T Accumulate(T accumulator, T product) {
 }
 
 template <EMacSum sum, EMacMode mode>
-void MultiplyToMr(CADSP& p, u32 word) {
+u32 MultiplyToMr(CADSP& p, u32 word, u32 astat) {
   SADSPState& s = p.state;
   const i64 product = static_cast<i32>(Product<mode>(p, word));
   s.bank.mr = Accumulate<sum, mode>(s.bank.mr, static_cast<u64>(product));
   // Bits 31 to 39 are all 0 or all 1 if adding 1 leaves no more than the lowest of them.
   const bool bOverflow = (static_cast<u32>((s.bank.mr >> 31) + 1) & 0x1FE) != 0;
-  s.astat = (s.astat & ~u32{kAstatMacOverflow}) | (bOverflow ? kAstatMacOverflow : 0u);
+  return (astat & ~u32{kAstatMacOverflow}) | (bOverflow ? kAstatMacOverflow : 0u);
 }
 
 template <EMacSum sum, EMacMode mode>
-void MultiplyToMf(CADSP& p, u32 word) {
+u32 MultiplyToMf(CADSP& p, u32 word, u32 astat) {
   SADSPBank& bank = p.state.bank;
   const u32 result = Accumulate<sum, mode>(static_cast<u32>(bank.mr), Product<mode>(p, word));
   bank.mf = static_cast<u16>(result >> 16);
+  return astat;
 }
 
-inline void MultiplyNothing(CADSP&, u32) {}
+inline u32 MultiplyNothing(CADSP&, u32, u32 astat) { return astat; }
 
 // clang-format off
 inline constexpr UnitTable kMacToMr = {
@@ -101,11 +102,12 @@ inline constexpr UnitTable kMacToMf = {
 // clang-format on
 
 // Limits MR to 32 bits if MV is set; MV stays.
-inline void SaturateMr(CADSP& p, u32) {
+inline u32 SaturateMr(CADSP& p, u32, u32 astat) {
   SADSPState& s = p.state;
-  if ((s.astat & kAstatMacOverflow) == 0) return;
+  if ((astat & kAstatMacOverflow) == 0) return astat;
   constexpr u64 kSignBit = u64{1} << 39;
   s.bank.mr = (s.bank.mr & kSignBit) != 0 ? 0xFFFFFFFF80000000u : 0x7FFFFFFFu;
+  return astat;
 }
 
 }  // namespace vx

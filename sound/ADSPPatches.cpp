@@ -27,18 +27,19 @@ void ReplayWords(CADSP& p, const SPatch& patch, u32 limit) {
   AdspHandler handlers[kLongestPatch];
   for (u32 i = 0; i < patch.wordCount; ++i) handlers[i] = HandlerOf(patch.words[i]);
   s.pc = patch.address + 1;
-  handlers[0](p, patch.words[0]);
+  u32 astat = handlers[0](p, patch.words[0], s.astat);
   for (; limit != 0; --limit) {
     const u32 pc = s.pc;
     const u32 at = pc - patch.address;
-    if (at == 0 || at >= patch.wordCount) return;
+    if (at == 0 || at >= patch.wordCount) break;
     if (pc == s.loopEnd) {
-      p.StepLoopEnd(pc);
+      p.StepLoopEnd(pc, astat);
     } else {
       s.pc = pc + 1;
     }
-    handlers[at](p, patch.words[at]);
+    astat = handlers[at](p, patch.words[at], astat);
   }
+  s.astat = astat;
 }
 
 // The words' work on counter, stacks and PC, with a memory of its own: the routine clears the

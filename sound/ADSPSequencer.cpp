@@ -71,17 +71,19 @@ u32 CADSP::Run(u32 targetCycles) {
   if (variant->bQuietTimer && (state.runFlags & kRunHalted) != 0) return targetCycles;
   state.cycleTarget = targetCycles;
   CheckInterrupts();
+  u32 astat = state.astat;
   while (state.cycles < state.cycleTarget) {
     const u32 pc = state.pc;
     const u32 word = Fetch(pc);
     if (pc == state.loopEnd) [[unlikely]] {
-      StepLoopEnd(pc);
+      StepLoopEnd(pc, astat);
     } else {
       state.pc = pc + 1;
     }
-    HandlerOf(word)(*this, word);
+    astat = HandlerOf(word)(*this, word, astat);
     ++state.cycles;
   }
+  state.astat = astat;
   const u32 done = state.cutCycles != 0 ? state.cutCycles : state.cycles;
   state.cycles = 0;
   state.cutCycles = 0;
@@ -94,13 +96,13 @@ void CADSP::CutSlice() {
   state.cycles = state.cycleTarget;
 }
 
-void CADSP::Execute(u32 word) { HandlerOf(word)(*this, word); }
+void CADSP::Execute(u32 word) { state.astat = HandlerOf(word)(*this, word, state.astat); }
 
 // --- Loops -------------------------------------------------------------------------------------
 
 // Runs before the loop's last word executes: the word may still replace the PC.
-void CADSP::StepLoopEnd(u32 pc) {
-  if (EvalCondition(state.loopCond & kLoopCondMask)) {
+void CADSP::StepLoopEnd(u32 pc, u32 astat) {
+  if (EvalCondition(state.loopCond & kLoopCondMask, astat)) {
     const u32 depth = UsableDepth(state.pcDepth, kPcStackWords);
     state.pc = depth != 0 ? state.pcStack[depth - 1] : 0;
     return;

@@ -23,7 +23,7 @@ constexpr u32 ShiftBy(u32 value, i32 count) {
 }
 
 template <EShiftCount source, EShiftInput input, EShiftMerge merge>
-void Shift(CADSP& p, u32 word) {
+u32 Shift(CADSP& p, u32 word, u32 astat) {
   SADSPBank& bank = p.state.bank;
   const i32 count = static_cast<i8>(source == EShiftCount::Se ? static_cast<u32>(bank.se) : word);
   u32 wide = XOperand(p, word, kShifterX);
@@ -31,26 +31,28 @@ void Shift(CADSP& p, u32 word) {
   if constexpr (input == EShiftInput::LowSigned) wide = static_cast<u32>(static_cast<i16>(wide));
   const u32 result = ShiftBy(wide, count);
   bank.sr = merge == EShiftMerge::Or ? bank.sr | result : result;
+  return astat;
 }
 
 // EXP (HI): the shift that would normalise x, as a negative number.
-inline void ExponentHigh(CADSP& p, u32 word) {
+inline u32 ExponentHigh(CADSP& p, u32 word, u32 astat) {
   SADSPState& s = p.state;
   const u32 x = XOperand(p, word, kShifterX);
   const bool bNegative = (x & 0x8000) != 0;
-  s.astat = (s.astat & ~u32{kAstatShifterSign}) | (bNegative ? kAstatShifterSign : 0u);
   const u32 magnitude = bNegative ? ~x & 0xFFFF : x;
   constexpr i32 kNoBits = -15;
   constexpr i32 kTopBit = 14;
   s.bank.se = static_cast<i16>(
       magnitude == 0 ? kNoBits : static_cast<i32>(std::bit_width(magnitude)) - 1 - kTopBit);
+  return (astat & ~u32{kAstatShifterSign}) | (bNegative ? kAstatShifterSign : 0u);
 }
 
-inline void ShiftMissing(CADSP& p, u32 word) {
+inline u32 ShiftMissing(CADSP& p, u32 word, u32 astat) {
   p.port->Log(ESoundLog::Error, "ADSP unimplemented shifter op: %i\n", Bits(word, kShiftCodeBit, 4),
               0, 0);
+  return astat;
 }
-inline void ShiftNothing(CADSP&, u32) {}
+inline u32 ShiftNothing(CADSP&, u32, u32 astat) { return astat; }
 
 // clang-format off
 inline constexpr UnitTable kShiftBySe = {

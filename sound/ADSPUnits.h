@@ -1,12 +1,12 @@
-// The computation units' operations as functions of processor and word, in tables by operation
-// code.
+// The computation units' operations as functions of processor, word and ASTAT, in tables by
+// operation code. They answer ASTAT as they leave it.
 #pragma once
 
 #include "sound/ADSP.h"
 
 namespace vx {
 
-using UnitOp = void (*)(CADSP& p, u32 word);
+using UnitOp = u32 (*)(CADSP& p, u32 word, u32 astat);
 using UnitTable = UnitOp[16];
 
 constexpr u32 Bits(u32 word, u32 first, u32 count) { return word >> first & ((1u << count) - 1); }

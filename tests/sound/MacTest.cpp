@@ -26,6 +26,8 @@ constexpr SMacCase kCases[] = {
   { 1,  kInt, 0x0006, 0x4000, 0,               0x20000,                false },  // tie: 0x18000
   { 2,  kInt, 0x0003, 0x0005, 0x10000,         0x1800F,                false },
   { 2,  kInt, 0x0002, 0x4000, 0x10000,         0x20000,                false },  // 0x10000+0x8000+0x8000
+  { 2,  kInt, 0x0001, 0x0001, 0x7FFF,          0x10000,                false },  // a tie of the sum is none
+  { 2,  kInt, 0x0002, 0x4000, 0x8001,          0x08001,                false },  // a tie of the product is
   { 3,  kInt, 0x0003, 0x0005, 0x10000,         0x17FF1,                false },
   { 3,  kInt, 0x0002, 0x4000, 0x10000,         0x00000,                false },  // bit 16 by the product
   { 4,  0,    0x8000, 0x8000, 0,               kMinus - 0x7FFFFFFF,    false },  // -1 times -1

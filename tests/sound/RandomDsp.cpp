@@ -45,7 +45,8 @@ u32 RandomInstruction(CRandom& random, u32 pc) {
   };
   if (top >= 0x14 && top <= 0x17) {  // often counted, else until a condition
     low = random.OneIn(2) ? 14 : nibble;
-    return 0x140000 | ((pc + 1 + random.Below(6)) & 0x3FFF) << 4 | low;
+    const u32 end = random.OneIn(8) ? random.Next() : pc + 1 + random.Below(6);
+    return 0x140000 | (end & 0x3FFF) << 4 | low;
   }
   if (top >= 0x18 && top <= 0x1F && !random.OneIn(8)) return target(pc - 8 + random.Below(24));
   if (top >= 0x80 && top <= 0x9B) return target(RandomAddress(random));

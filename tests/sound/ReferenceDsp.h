@@ -61,6 +61,8 @@ class CReferenceDsp {
   // Words executed, with their addresses, as long as it is switched on.
   bool bTrace = false;
   std::vector<std::pair<std::int64_t, std::uint32_t>> trace;
+  // How often words were executed, by their bits 13 to 23: form and operation.
+  std::uint64_t executed[2048] = {};
 
   std::int64_t Run(int cycleCount);
   void Execute(std::uint32_t word);

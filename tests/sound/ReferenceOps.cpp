@@ -248,6 +248,7 @@ void CReferenceDsp::Execute(std::uint32_t word) {
   const int g = Field(word, 2, 3) + (bSecond ? 4 : 0);
   const int m = Field(word, 0, 1) + (bSecond ? 4 : 0);
   bRebooted = false;
+  ++executed[word >> 13 & 2047];
 
   if (top == 0x00 || top == 0x01) {
     return;

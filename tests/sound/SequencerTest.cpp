@@ -223,7 +223,7 @@ TEST_F(Sequencer, TheEndOfAnInnerLoopBringsTheOuterBack) {
   rig_.Do(Until(200, 5));
   s_.pc = 10;
   rig_.Do(Until(10, kCounter));
-  rig_.processor.StepLoopEnd(10);
+  rig_.processor.StepLoopEnd(10, 0);
   EXPECT_EQ(s_.loopEnd, 200u);
   EXPECT_EQ(s_.loopCond, 5u);
   EXPECT_EQ(s_.pc, 11u);

@@ -239,6 +239,9 @@ class CStreams {
     return true;
   }
 
+  // Words of a form and operation that have run in all streams.
+  u64 Executed(u32 kind) const { return model_->executed[kind]; }
+
   bool StatesAgree() {
     std::memcpy(expected_.get(), &rig_->State(), sizeof(SADSPState));
     Export(*model_, *expected_);
@@ -283,6 +286,10 @@ TEST(Streams, RandomInstructionsLeaveTheSameStateAsThePlainModel) {
   CStreams streams;
   for (u64 seed = 1; seed <= kStreams; ++seed) {
     if (!streams.Agrees(seed)) FAIL() << streams.Explain(seed);
+  }
+  for (u32 kind = 0; kind < 2048; ++kind) {
+    EXPECT_GE(streams.Executed(kind), 10u)
+        << "top byte " << (kind >> 3) << ", operation " << kind % 16;
   }
 }
 
