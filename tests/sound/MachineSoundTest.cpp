@@ -1,6 +1,7 @@
 // The sound part inside the machine: time, boot, forwarding, clones and the way to the host.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -218,6 +219,15 @@ TEST_F(MachineSound, CloneTimesStartAnewWithTheTimelineAtAReset) {
   M().Reset();
   EXPECT_EQ(M().instances.slots[0].time, 0.0);
   Frames(3);
+}
+
+TEST_F(MachineSound, CloneTimesMoveByWholeCycles) {
+  Boot(CountingProgram());
+  M().SetInstanceCount(1);
+  M().FrameStep();
+  const f64 cycles = M().instances.slots[0].time * kSoundClockMHz;
+  EXPECT_GT(cycles, 166000.0);
+  EXPECT_NEAR(cycles, std::round(cycles), 1e-3) << "the frame's end is no whole number of them";
 }
 
 TEST_F(MachineSound, ALookAheadCloneOfTheMachineHasNone) {

@@ -212,6 +212,45 @@ TEST_F(Mixer, AChangedGainMovesInAStraightLineOverTheFrame) {
   EXPECT_EQ(Held(), (Values{500, 500}));
 }
 
+// So many samples that the last bit of a gain shows in some of them.
+TEST_F(Mixer, ALineOfGainsIsExactToTheLastBit) {
+  constexpr u32 kCount = 4000;
+  constexpr u32 kRounds = 40;
+  Create(1);
+  frameRate_ = 0.001;  // no block takes anything away
+  Slot(0).position[0] = 1.5f, Slot(0).position[1] = -2.25f, Slot(0).position[2] = 0.1f;
+  Slot(0).range = 9.7f;
+  const f32 dx = 0.0f - 1.5f, dy = 0.0f + 2.25f, dz = 0.0f - 0.1f;
+  const f32 distance = std::sqrt(dx * dx + dy * dy + dz * dz);
+  const f32 side = dx * (1.0f / distance);
+  const f32 near = 1.0f - distance / 9.7f;
+  const f32 newLeft = (side + 1.0f) * (near * near * 0.5f);
+  const f32 newRight = (1.0f - side) * (near * near * 0.5f);
+  Values samples;
+  for (u32 i = 0; i < kCount; ++i) samples.push_back(static_cast<i16>(i * 40503u));
+  for (u32 round = 0; round < kRounds; ++round) {
+    const f32 oldLeft = 0.017f * static_cast<f32>(round);
+    const f32 oldRight = 0.9f - oldLeft;
+    Slot(0).bHasGains = 1;
+    Slot(0).gainLeft = oldLeft;
+    Slot(0).gainRight = oldRight;
+    mixer_.outputCount = 0;
+    FillMain(Values(kCount, 0));
+    FillInstance(0, samples);
+    Mix();
+    Values expected;
+    for (u32 i = 0; i < kCount; ++i) {
+      const f32 part = static_cast<f32>(i) / static_cast<f32>(kCount);
+      const f32 x = static_cast<f32>(samples[i]);
+      expected.push_back(static_cast<i32>(x * ((newLeft - oldLeft) * part + oldLeft)));
+      expected.push_back(static_cast<i32>(x * ((newRight - oldRight) * part + oldRight)));
+    }
+    ASSERT_EQ(Held(), expected);
+    EXPECT_EQ(Slot(0).gainLeft, newLeft);
+    EXPECT_EQ(Slot(0).gainRight, newRight);
+  }
+}
+
 TEST_F(Mixer, ASilentCloneStartsAgainWithoutALine) {
   Create(1);
   Slot(0).bHasGains = 1;
