@@ -60,7 +60,7 @@ TEST_P(SoundStrobeTest, EachStrobeTogglesThePhase) {
 }
 
 TEST_P(SoundStrobeTest, TheMarkOpensAWindowOfFourStrobesTheFirstIncluded) {
-  m->bInstancesActive = 1;
+  m->SetInstanceCount(1);
   Write(at.soundLatch, 0x55, 4);
   Pulse();
   EXPECT_EQ(m->state.soundForwardCount, 3u);
@@ -72,7 +72,7 @@ TEST_P(SoundStrobeTest, TheMarkOpensAWindowOfFourStrobesTheFirstIncluded) {
 }
 
 TEST_P(SoundStrobeTest, TheMarkCountsOnlyOnTheFirstByteOfAPair) {
-  m->bInstancesActive = 1;
+  m->SetInstanceCount(1);
   Pulse();
   Write(at.soundLatch, 0x55, 4);
   Pulse();
@@ -82,7 +82,7 @@ TEST_P(SoundStrobeTest, TheMarkCountsOnlyOnTheFirstByteOfAPair) {
 }
 
 TEST_P(SoundStrobeTest, TheMarkIsTheLowByteOfTheLatch) {
-  m->bInstancesActive = 1;
+  m->SetInstanceCount(1);
   Write(at.soundLatch, 0xFFFFFF55, 4);
   Pulse();
   EXPECT_EQ(m->state.soundForwardCount, 3u);
@@ -95,7 +95,7 @@ TEST_P(SoundStrobeTest, WithoutInstancesTheMarkOpensNoWindow) {
 }
 
 TEST_P(SoundStrobeTest, AMarkInsideTheWindowOpensItAnew) {
-  m->bInstancesActive = 1;
+  m->SetInstanceCount(1);
   Write(at.soundLatch, 0x55, 4);
   Pulse();
   Pulse();

@@ -109,14 +109,14 @@ TEST_F(ResetTest, PendingValuesGoToFixedDefaultsButTheRequestedFrameRateStays) {
 
 TEST_F(ResetTest, CountsOfFrameAndSoundGoToZero) {
   m->lookAheadFrameNumber = 9;
-  m->tailCount = 9;
-  m->outputCount = 9;
+  m->mixer.tailCount = 9;
+  m->mixer.outputCount = 9;
   m->vBlankCount = 9;
   m->soundBoard.sampleCount = 9;
   m->Reset();
   EXPECT_EQ(m->lookAheadFrameNumber, 0u);
-  EXPECT_EQ(m->tailCount, 0u);
-  EXPECT_EQ(m->outputCount, 0u);
+  EXPECT_EQ(m->mixer.tailCount, 0u);
+  EXPECT_EQ(m->mixer.outputCount, 0u);
   EXPECT_EQ(m->vBlankCount, 0u);
   EXPECT_EQ(m->soundBoard.sampleCount, 0u);
 }
@@ -226,8 +226,8 @@ TEST_F(ResetTest, ScriptStateDiskRomsAndHashesOutliveIt) {
   m->scriptState.reserved[15] = 7;
   m->scriptBlobStore[3].bytes = {1, 2};
   m->bScriptStartSent = 1;
-  m->instances.resize(2);
-  m->instances[1].time = 4.0;
+  m->SetInstanceCount(2);
+  m->instances.slots[1].time = 4.0;
   std::vector<u8> sector(512, 0x77);
   EXPECT_EQ(WriteSector(sector.data(), 2, m.get()), 512u);
   const u64 packHash = m->packHash, soundRomHash = m->soundRomHash;
@@ -238,8 +238,8 @@ TEST_F(ResetTest, ScriptStateDiskRomsAndHashesOutliveIt) {
   EXPECT_EQ(m->scriptState.reserved[15], 7u);
   EXPECT_EQ(m->scriptBlobStore[3].bytes.size(), 2u);
   EXPECT_EQ(m->bScriptStartSent, 1);
-  ASSERT_EQ(m->instances.size(), 2u);
-  EXPECT_EQ(m->instances[1].time, 0.0) << "moves with the timeline";
+  ASSERT_EQ(m->instances.slots.size(), 2u);
+  EXPECT_EQ(m->instances.slots[1].time, 0.0) << "moves with the timeline";
   EXPECT_EQ(m->dirtyBitmap[0], 4u);
   EXPECT_EQ(ReadSector(sector.data(), 2, m.get()), 512u);
   EXPECT_EQ(sector[0], 0x77);
