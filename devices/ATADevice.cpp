@@ -243,9 +243,11 @@ void CATADevice::StartRead() {
   f64 delayUs = 0.0;
   if (sectorsPerCylinder != 0 && from != to) {
     const i64 distance = std::abs(i64{from / sectorsPerCylinder} - i64{to / sectorsPerCylinder});
-    delayUs = distance == 0
-                  ? kNextSectorUs
-                  : static_cast<f64>(distance) * kSeekFullStrokeUs / r.cylinders + kSeekSettleUs;
+    delayUs = distance == 0 ? kNextSectorUs : kSeekSettleUs;
+    // A drive of no cylinders is one that a damaged state describes.
+    if (distance != 0 && r.cylinders != 0) {
+      delayUs = static_cast<f64>(distance) * kSeekFullStrokeUs / r.cylinders + kSeekSettleUs;
+    }
   }
   r.currentSector = to;
   storage_.onSectorTouched(to, storage_.user);
