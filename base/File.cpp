@@ -35,15 +35,15 @@ void SyncFolderOf(const std::string& name) {
 bool WriteFileWhole(const wchar_t* path, std::span<const u8> contents) {
   const std::wstring unfinished = std::wstring(path) + L".new";
   CQuillonFile file;
-  if (!file.Open(unfinished.c_str(), EFileMode::Write)) return false;
-  const bool bWritten =
-      file.Write(contents.data(), contents.size()) == contents.size() && file.Sync();
+  const bool bWritten = file.Open(unfinished.c_str(), EFileMode::Write) &&
+                        file.Write(contents.data(), contents.size()) == contents.size() &&
+                        file.Sync();
   file.Close();
 
   const std::string source = NativeName(unfinished.c_str());
   const std::string target = NativeName(path);
   if (!bWritten || std::rename(source.c_str(), target.c_str()) != 0) {
-    std::remove(source.c_str());
+    unlink(source.c_str());
     return false;
   }
   SyncFolderOf(target);

@@ -83,9 +83,9 @@ bool ApplyDelta(CVXMachine& m, SStateStream& stream) {
       m.dirtyBitmap[sector / kBitmapWordBits] &= ~(u64{1} << (sector % kBitmapWordBits));
       return;
     }
-    if (!bThere) return;
+    // Also without contents: the sector counts as written, and a delta must not tell it empty.
     WaitForSector(m, sector);
-    std::copy_n(contents, kSectorBytes, m.diskImage.get() + sector * kSectorBytes);
+    if (bThere) std::copy_n(contents, kSectorBytes, m.diskImage.get() + sector * kSectorBytes);
   });
   return true;
 }

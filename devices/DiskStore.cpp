@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <optional>
 
 #include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
@@ -16,19 +17,19 @@ constexpr std::chrono::milliseconds kChunkWait{4};
 constexpr u32 kBitmapWordBits = 64;
 constexpr f64 kFlushDelayMs = 200.0;
 
-// Brings one chunk of the pack into the image. The position in the file follows the reads.
-void ReadChunk(CVXMachine& m, u32 index, u8* scratch, u64& filePosition) {
+// Brings one chunk of the pack into the image. The position in the file follows the reads
+// and is unknown before the first one and where one has failed. A packed chunk that cannot be read
+// whole stays empty.
+void ReadChunk(CVXMachine& m, u32 index, u8* scratch, std::optional<u64>& filePosition) {
   SChunkRecord& chunk = m.chunkTable[index];
   u8* const target = m.diskImage.get() + u64{index} * m.chunkBytes;
-  if (chunk.fileOffset != filePosition) {
-    m.packFile->Seek(chunk.fileOffset);
-    filePosition = chunk.fileOffset;
-  }
-  if (chunk.packedSize != 0) {
-    filePosition += m.packFile->Read(scratch, chunk.packedSize);
-    HostInflate(target, scratch, m.chunkBytes, chunk.packedSize);
-  } else {
-    filePosition += m.packFile->Read(target, m.chunkBytes);
+  const bool bPacked = chunk.packedSize != 0;
+  const u32 storedBytes = bPacked ? chunk.packedSize : m.chunkBytes;
+  const bool bInPlace = filePosition == chunk.fileOffset || m.packFile->Seek(chunk.fileOffset);
+  filePosition.reset();
+  if (bInPlace && m.packFile->Read(bPacked ? scratch : target, storedBytes) == storedBytes) {
+    filePosition = chunk.fileOffset + storedBytes;
+    if (bPacked) HostInflate(target, scratch, m.chunkBytes, storedBytes);
   }
   chunk.bReady.store(1, std::memory_order_release);
 }
@@ -36,10 +37,9 @@ void ReadChunk(CVXMachine& m, u32 index, u8* scratch, u64& filePosition) {
 // The reader thread: front to back, but a wanted chunk goes first and the reading goes on from it.
 void ReadDisk(CVXMachine& m, const std::atomic<bool>& bStop) {
   const std::unique_ptr<u8[]> scratch(new u8[std::max(m.chunkBytes, 65536u)]);
-  u64 filePosition = 0;
+  std::optional<u64> filePosition;
   u32 loaded = 0;
   u32 cursor = 0;
-  m.packFile->Seek(0);
   while (!bStop.load(std::memory_order_acquire) && loaded < m.chunkCount) {
     const u32 wanted = m.wantedChunk.exchange(kNoWantedChunk, std::memory_order_acq_rel);
     const bool bPriority = wanted < m.chunkCount;
@@ -134,7 +134,9 @@ void WaitForSector(CVXMachine& m, u64 sector) {
 }
 
 u32 RequiredBitmapWords(const CVXMachine& m) {
-  const u64 sectors = (m.diskBytes + kSectorBytes - 1) / kSectorBytes;
+  // A pack may claim more than any image holds; no sector beyond that can be written.
+  const u64 bytes = std::min(m.diskBytes, kMaxDiskImageBytes);
+  const u64 sectors = (bytes + kSectorBytes - 1) / kSectorBytes;
   return static_cast<u32>((sectors + kBitmapWordBits - 1) / kBitmapWordBits);
 }
 
