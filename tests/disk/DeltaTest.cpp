@@ -158,7 +158,7 @@ TEST_F(DiskDeltaTest, ADeltaIsReadFromTheStreamsPositionOn) {
 
 TEST_F(DiskDeltaTest, ADeltaThatIsCutOffIsAppliedAsFarAsItGoes) {
   const std::vector<u8> whole = DeltaBytes(Of({3, 300}, 6));
-  for (u32 bytes = 24; bytes < whole.size(); ++bytes) {
+  for (u32 bytes = 24; bytes < whole.size(); bytes += bytes < 80 ? 1 : 37) {
     ASSERT_TRUE(Load(40));
     ASSERT_TRUE(Apply({whole.begin(), whole.begin() + bytes}));
     ExpectSound();

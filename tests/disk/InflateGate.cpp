@@ -25,12 +25,6 @@ void CInflateGate::Open() {
   m_changed.notify_all();
 }
 
-void CInflateGate::Close() {
-  const std::lock_guard lock(m_lock);
-  m_bOpen = false;
-  m_permits = 0;
-}
-
 void CInflateGate::Pass(u32 count) {
   const std::lock_guard lock(m_lock);
   m_permits += count;

@@ -23,8 +23,6 @@ class CInflateGate {
   CInflateGate& operator=(const CInflateGate&) = delete;
 
   void Open();
-  // From now on nothing more passes.
-  void Close();
   // Lets this many more inflates pass.
   void Pass(u32 count);
   // Waits until this many inflates have come to the gate since its start.

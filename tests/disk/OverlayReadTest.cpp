@@ -242,16 +242,13 @@ TEST_F(DiskOverlayTest, BitsOfSectorsThatTheDiskDoesNotHaveAreCountedAndDropped)
 
 TEST_F(DiskOverlayTest, ADirtySectorsChunkIsFetchedFirstAndDoesNotUndoIt) {
   Gate();
+  ASSERT_TRUE(Load(40));
+  gate->AwaitArrivals(1);
   PutOverlay(OverlayBytes(Saved({300})));
-  const CPackFile file{CTestPack(DiskContent(40))};
-  std::thread opener([&] {
-    gate->AwaitArrivals(1);
-    while (m->wantedChunk != 37) std::this_thread::yield();
-    gate->Pass(2);
-  });
-  ASSERT_TRUE(m->LoadPack(file.Path()));
-  opener.join();
-  gate->AwaitArrivals(3);
+  std::thread loader([&] { ReadOverlay(*m); });
+  while (m->wantedChunk != 37) std::this_thread::yield();
+  gate->Pass(2);
+  loader.join();
   EXPECT_EQ(InflateOrder(), (std::vector<u32>{0, 37}));
   gate->Open();
   AwaitWholeDisk();

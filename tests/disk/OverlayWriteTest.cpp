@@ -198,10 +198,11 @@ TEST_F(DiskFlushTest, WithFlushingOffDestructionWritesNothing) {
 }
 
 TEST_F(DiskFlushTest, AnUnloadWhileTheReaderIsAtWorkWritesTheOverlayFirst) {
-  Gate(true);
+  Gate();
   ASSERT_TRUE(Load(40));
-  Write(200, 9);
-  gate->Close();
+  gate->Pass(1);
+  gate->AwaitArrivals(2);
+  Write(3, 9);  // in the one chunk that is in
   const SReaderThread* const reader = m->readerThread.get();
   std::thread opener([&] {
     while (!reader->bStop) std::this_thread::yield();

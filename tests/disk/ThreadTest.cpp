@@ -3,13 +3,14 @@
 #include <atomic>
 #include <thread>
 
+#include "tests/drive/DriveProgram.h"
 #include "tests/support/BoundaryTest.h"
 #include "tests/tools/TestFolder.h"
 
 namespace vx::test {
 namespace {
 
-// Reads and writes sectors all over the disk and counts what the drive delivered wrongly.
+// The guest reads and writes sectors all over the disk without end.
 struct DiskThreadTest : CBoundaryTest {
   CTestFolder folder;
   SPackContent content;
@@ -25,46 +26,26 @@ struct DiskThreadTest : CBoundaryTest {
     }
   }
 
-  // Waits until the drive is no longer busy; the byte of its status is in kValue then.
-  static CGuestCode& AwaitDrive(CGuestCode& code) {
-    const u32 poll = code.Point(0x10000138).Here();
-    code.Op(mips::Lbu(CGuestCode::kValue, 0, CGuestCode::kAddress));
-    code.Op(mips::Andi(CGuestCode::kValue, CGuestCode::kValue, 0x80));
-    code.Op(mips::Bne(CGuestCode::kValue, mips::kZero,
-                      static_cast<i32>(poll) - static_cast<i32>(code.Here()) - 1));
-    return code.Op(mips::kNop);
-  }
-  static CGuestCode& MoveBlock(CGuestCode& code, bool bToDrive) {
-    constexpr u32 kLeft = 12;  // t4
-    code.Point(0x10000100).Set(kLeft, 256);
-    const u32 next = code.Here();
-    code.Op(bToDrive ? mips::Sh(kLeft, 0, CGuestCode::kAddress)
-                     : mips::Lhu(CGuestCode::kValue, 0, CGuestCode::kAddress));
-    code.Op(mips::Addiu(kLeft, kLeft, -1));
-    code.Op(
-        mips::Bne(kLeft, mips::kZero, static_cast<i32>(next) - static_cast<i32>(code.Here()) - 1));
-    return code.Op(mips::kNop);
-  }
   // For ever: write one sector and read another, in tracks far from each other.
-  static CGuestCode DriveProgram() {
-    constexpr u32 kRound = 13, kTrack = 14;  // t5, t6
-    CGuestCode code;
-    AwaitDrive(code);
+  static CDriveProgram DriveProgram() {
+    constexpr u32 kRound = 16, kTrack = 17;  // s0, s1
+    constexpr u32 kBlock = 0x4000;
+    CDriveProgram code;
+    code.AwaitDrive();
     code.Set(kRound, 0);
     const u32 again = code.Here();
     for (const bool bWrite : {true, false}) {
       code.Op(mips::Addiu(kRound, kRound, 7));
+      code.Select(0, 0, 5, 1);
       code.Op(mips::Andi(kTrack, kRound, 1));
-      code.Write8(0x10000110, 1);
-      code.Write8(0x10000118, 5);
-      code.Point(0x10000120).Op(mips::Sb(kTrack, 0, CGuestCode::kAddress));
-      code.Write8(0x10000128, 0);
+      code.Point(CDriveProgram::kCylinderLow).Op(mips::Sb(kTrack, 0, CGuestCode::kAddress));
       code.Op(mips::Andi(kTrack, kRound, 7));
-      code.Point(0x10000130).Op(mips::Sb(kTrack, 0, CGuestCode::kAddress));
-      code.Write8(0x10000138, bWrite ? 0x30 : 0x20);
-      AwaitDrive(code);
-      MoveBlock(code, bWrite);
-      AwaitDrive(code);
+      code.Point(CDriveProgram::kDriveHead).Op(mips::Sb(kTrack, 0, CGuestCode::kAddress));
+      if (bWrite) {
+        code.Command(0x30).GiveBlock(kBlock).AwaitDrive();
+      } else {
+        code.Command(0x20).AwaitDrive().TakeBlock(kBlock);
+      }
     }
     code.KeepRegister(kRound, 0);
     code.BranchBack(again);
@@ -136,7 +117,7 @@ TEST_F(DiskThreadTest, TwoMachinesReadAndSaveSideBySide) {
     }
     board->LoadPack(nullptr);
   };
-  host.bGivesPictures = false;  // there is one frame buffer
+  host.Api().AcquireFrameBuffer = nullptr;  // the test host has one frame buffer
   std::thread beside([&] { run(second, otherPack); });
   run(machine, pack);
   beside.join();
