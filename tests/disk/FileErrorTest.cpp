@@ -40,35 +40,38 @@ TEST_F(DiskErrorTest, AFlushThatFailsAnywhereKeepsTheOldOverlayAndTheNextOneHold
   ASSERT_TRUE(Load(40));
   AwaitWholeDisk();
   u8 generation = 0;
-  UnderEveryFault(kOverlayName,
-                  {EFileOp::Open, EFileOp::Write, EFileOp::Flush, EFileOp::Sync, EFileOp::Rename},
-                  [&](const SFault& fault) {
-                    ++generation;
-                    Write(3, generation);
-                    PassFlushDelay();
-                    const std::vector<u8> before = ReadWhole(OverlayFile());
-                    const std::vector<u8> value(512, static_cast<u8>(generation + 1));
-                    Write(3, value);
-                    Write(generation % 320u, value);
-                    bool bHit = false;
-                    {
-                      const CFaultyFiles faulty(fault);
-                      PassFlushDelay();
-                      bHit = faulty.Failed() != 0;
-                    }
-                    EXPECT_EQ(m->flushDeadline, 0.0);
-                    const bool bWritten = ReadWhole(OverlayFile()) != before;
-                    EXPECT_TRUE(bWritten ? Overlay().sectors[3] == value : bHit);
-                    EXPECT_EQ(folder.Names().size(), 1u) << "a temporary stays";
+  UnderEveryFault(
+      kOverlayName, {EFileOp::Open, EFileOp::Write, EFileOp::Flush, EFileOp::Sync, EFileOp::Rename},
+      [&](const SFault& fault) {
+        ++generation;
+        Write(3, generation);
+        PassFlushDelay();
+        const std::vector<u8> before = ReadWhole(OverlayFile());
+        const std::vector<u8> value(512, static_cast<u8>(generation + 1));
+        Write(3, value);
+        Write(generation % 320u, value);
+        bool bHit = false;
+        {
+          const CFaultyFiles faulty(fault);
+          PassFlushDelay();
+          bHit = faulty.Failed() != 0;
+        }
+        EXPECT_EQ(m->flushDeadline, 0.0);
+        const bool bWritten = ReadWhole(OverlayFile()) != before;
+        EXPECT_TRUE(bWritten ? Overlay().sectors[3] == value : bHit);
+        if (fault.op != EFileOp::Close) {
+          EXPECT_NE(bWritten, bHit) << "what is not surely on the disk takes no overlay's place";
+        }
+        EXPECT_EQ(folder.Names().size(), 1u) << "a temporary stays";
 
-                    Write(319, 1);
-                    PassFlushDelay();
-                    EXPECT_EQ(Overlay().sectors[3], value);
-                    EXPECT_EQ(Overlay().sectors[generation % 320u],
-                              generation % 320 == 319 ? Read(319) : value);
-                    EXPECT_EQ(folder.Names().size(), 1u);
-                    return bHit;
-                  });
+        Write(319, 1);
+        PassFlushDelay();
+        EXPECT_EQ(Overlay().sectors[3], value);
+        EXPECT_EQ(Overlay().sectors[generation % 320u],
+                  generation % 320 == 319 ? Read(319) : value);
+        EXPECT_EQ(folder.Names().size(), 1u);
+        return bHit;
+      });
 }
 
 TEST_F(DiskErrorTest, ATemporaryThatCannotBeRemovedIsTakenByTheNextFlush) {
