@@ -55,6 +55,10 @@ bool CQuillonFile::Open(const wchar_t* path, EFileMode mode) {
   if (path == nullptr || *path == L'\0') return false;
   const std::string name = NativeName(path);
 
+  // Opening a pipe would wait for its other end.
+  struct stat present {};
+  if (stat(name.c_str(), &present) == 0 && !S_ISREG(present.st_mode)) return false;
+
   static constexpr const char* kModes[] = {"rbe", "wbe", "r+be"};
   stream_ = std::fopen(name.c_str(), kModes[static_cast<u32>(mode)]);
   if (stream_ == nullptr) return false;

@@ -85,10 +85,8 @@ bool LoadDisk(CVXMachine& m, const std::shared_ptr<CQuillonFile>& file, const SP
   if (entry.tableOffset == 0) return false;
   m.packHash ^= entry.hash;
   const u64 imageBytes = u64{entry.chunkCount} * entry.chunkBytes;
-  const u64 diskBytes = u64{entry.sectorCount} * entry.sectorBytes;
   if (entry.chunkCount < 2 || entry.sectorBytes == 0 || entry.chunkBytes < entry.sectorBytes ||
-      imageBytes > kMaxDiskImageBytes || diskBytes > kMaxDiskImageBytes ||
-      u64{entry.chunkCount} * sizeof(u16) > file->Size()) {
+      imageBytes > kMaxDiskImageBytes || u64{entry.chunkCount} * sizeof(u16) > file->Size()) {
     return false;
   }
   m.chunkBytes = entry.chunkBytes;
@@ -96,7 +94,7 @@ bool LoadDisk(CVXMachine& m, const std::shared_ptr<CQuillonFile>& file, const SP
   m.sectorBytes = entry.sectorBytes;
   m.sectorsPerChunk = entry.chunkBytes / entry.sectorBytes;
   m.diskSectors = entry.sectorCount;
-  m.diskBytes = diskBytes;
+  m.diskBytes = u64{entry.sectorCount} * entry.sectorBytes;
   m.diskId = entry.hash;
   m.packCylinders = entry.cylinders;
   m.packHeads = entry.heads;

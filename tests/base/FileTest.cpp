@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -48,6 +49,13 @@ TEST_F(File, ReadsWhatIsThere) {
   EXPECT_EQ(file.Read(buffer, 16), 7u);
   EXPECT_EQ(std::string(buffer, 7), std::string("abc\0def", 7));
   EXPECT_EQ(file.Read(buffer, 1), 0u);
+}
+
+TEST_F(File, RefusesAPipeInsteadOfWaitingForItsOtherEnd) {
+  const fs::path path = folder / "pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_FALSE(file.Open(path.wstring().c_str(), EFileMode::Read));
+  EXPECT_FALSE(file.Open(path.wstring().c_str(), EFileMode::Write));
 }
 
 TEST_F(File, SeeksAndKeepsItsPositionWhenAskedForItsSize) {
