@@ -51,13 +51,22 @@ SHostApi MakeHost() {
 
 }  // namespace
 
-CGameMachine::CGameMachine() : picture_(kPixels) {
+CGameMachine::CGameMachine()
+    : ownFolder_(std::filesystem::temp_directory_path() /
+                 ("game_tests_" + std::to_string(getpid()))),
+      picture_(kPixels) {
+  std::filesystem::create_directories(ownFolder_);
+  Load(ownFolder_);
+}
+
+CGameMachine::CGameMachine(const std::string& cacheFolder) : picture_(kPixels) {
+  Load(cacheFolder);
+}
+
+void CGameMachine::Load(const std::string& cacheFolder) {
   static const SHostApi host = MakeHost();
   static SPluginDesc desc;
-  const auto folder =
-      std::filesystem::temp_directory_path() / ("game_tests_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
-  g_cachePath = folder.wstring() + L"/";
+  g_cachePath = std::filesystem::path(cacheFolder).wstring() + L"/";
   g_picture = &picture_;
   library_ = dlopen(VX_COMPONENT, RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) throw std::runtime_error(dlerror());
@@ -75,7 +84,7 @@ CGameMachine::~CGameMachine() {
   table_->Shutdown();
   dlclose(library_);
   std::error_code ignored;
-  std::filesystem::remove_all(std::filesystem::path(g_cachePath), ignored);
+  if (!ownFolder_.empty()) std::filesystem::remove_all(ownFolder_, ignored);
 }
 
 bool CGameMachine::Boot(const std::string& packPath) {

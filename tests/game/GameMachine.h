@@ -34,6 +34,8 @@ enum ESystem : u32 {
 class CGameMachine {
  public:
   CGameMachine();
+  // A machine whose component keeps its files in a folder that stays.
+  explicit CGameMachine(const std::string& cacheFolder);
   ~CGameMachine();
   CGameMachine(const CGameMachine&) = delete;
   CGameMachine& operator=(const CGameMachine&) = delete;
@@ -65,6 +67,9 @@ class CGameMachine {
  private:
   void RunFrame();
 
+  void Load(const std::string& cacheFolder);
+
+  std::string ownFolder_;  // goes with the machine
   void* library_ = nullptr;
   const SMachineTable* table_ = nullptr;
   CQuillonMachineBase* machine_ = nullptr;
