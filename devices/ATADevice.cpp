@@ -18,22 +18,35 @@ constexpr f64 kCommitUs = 100.0;
 constexpr f64 kSeekFullStrokeUs = 13000.0;
 constexpr f64 kSeekSettleUs = 1300.0;
 
-enum ECommand : u32 {
-  kReadSectors = 0x20,
-  kReadSectorsNoRetry = 0x21,
-  kWriteSectors = 0x30,
-  kWriteSectorsNoRetry = 0x31,
-  kInitialiseParameters = 0x91,
-  kIdentify = 0xEC,
-  kInterruptOnly = 0xF9,
-};
 enum EDriveHead : u32 { kHeadMask = 0x0F, kDriveBit = 0x10, kAddressModeBit = 0x40 };
 enum EDeviceFlag : u32 { kDeviceNumber = 0x02, kDeviceAbsent = 0x04 };
 
-bool IsRead(u32 command) { return command == kReadSectors || command == kReadSectorsNoRetry; }
-bool IsWrite(u32 command) { return command == kWriteSectors || command == kWriteSectorsNoRetry; }
-
 }  // namespace
+
+// clang-format off
+const CATADevice::SCommandRow CATADevice::kCommands[] = {
+  //  code  command                 when accepted       when its time is up       buffer read   buffer filled
+  { 0x20, /* read sectors       */ &C::StartRead,      &C::TransferRead,         &C::ReadNext, nullptr           },
+  { 0x21, /* the same, no retry */ &C::StartRead,      &C::TransferRead,         &C::ReadNext, nullptr           },
+  { 0x30, /* write sectors      */ &C::StartWrite,     &C::TransferWrite,        nullptr,      &C::CommitSector  },
+  { 0x31, /* the same, no retry */ &C::StartWrite,     &C::TransferWrite,        nullptr,      &C::CommitSector  },
+  { 0x91, /* set parameters     */ &C::StartSetup,     &C::InitialiseParameters, nullptr,      nullptr           },
+  { 0xEC, /* identify device    */ &C::StartSetup,     &C::IdentifyDevice,       nullptr,      nullptr           },
+  { 0xF9, /* interrupt alone    */ &C::RaiseInterrupt, nullptr,                  nullptr,      nullptr           },
+};
+// clang-format on
+
+const CATADevice::SCommandRow* CATADevice::FindCommand(u32 code) {
+  for (const SCommandRow& row : kCommands) {
+    if (row.code == code) return &row;
+  }
+  return nullptr;
+}
+
+void CATADevice::RunPhase(u32 code, Phase SCommandRow::*phase) {
+  const SCommandRow* const row = FindCommand(code);
+  if (row != nullptr && row->*phase != nullptr) (this->*(row->*phase))();
+}
 
 void CATADevice::Construct(CEventQueue* queue, const SStorage& storage, LogFunction log) {
   queue_ = queue;
@@ -145,7 +158,7 @@ u16 CATADevice::ReadData() {
   std::memcpy(&r.dataLatch, r.sectorBuffer + std::min(r.dataPosition, kSectorBytes - 2), 2);
   const u16 word = r.dataLatch;
   r.dataPosition += 2;
-  if (r.dataPosition >= kSectorBytes) EndRead();
+  if (r.dataPosition >= kSectorBytes) EndBuffer(&SCommandRow::onTaken);
   return word;
 }
 
@@ -154,7 +167,7 @@ void CATADevice::WriteData(u16 value) {
   r.dataLatch = value;
   std::memcpy(r.sectorBuffer + std::min(r.dataPosition, kSectorBytes - 2), &value, 2);
   r.dataPosition += 2;
-  if (r.dataPosition >= kSectorBytes) EndWrite();
+  if (r.dataPosition >= kSectorBytes) EndBuffer(&SCommandRow::onGiven);
 }
 
 // --- Interrupt line and time -------------------------------------------------------------------
@@ -210,28 +223,16 @@ void CATADevice::WriteCommand(u8 command) {
   LowerInterrupt();
   r.status &= static_cast<u8>(~(kAtaError | kAtaDataRequest));
   r.dataPosition = 0;
-  switch (command) {
-    case kReadSectors:
-    case kReadSectorsNoRetry:
-      StartRead();
-      break;
-    case kWriteSectors:
-    case kWriteSectorsNoRetry:
-      r.status |= kAtaDataRequest;
-      r.interruptCountdown = 1;
-      break;
-    case kInitialiseParameters:
-    case kIdentify:
-      ScheduleKind(kExecute, kSetupCommandUs, command);
-      break;
-    case kInterruptOnly:
-      RaiseInterrupt();
-      break;
-    default:
-      log_("ATA command unimplemented: %i\n", command);
-      break;
-  }
+  if (FindCommand(command) == nullptr) log_("ATA command unimplemented: %i\n", command);
+  RunPhase(command, &SCommandRow::onAccepted);
 }
+
+void CATADevice::StartWrite() {
+  block.record.status |= kAtaDataRequest;
+  block.record.interruptCountdown = 1;
+}
+
+void CATADevice::StartSetup() { ScheduleKind(kExecute, kSetupCommandUs, block.record.command); }
 
 // Charges the way from the head's present track to the wanted one.
 void CATADevice::StartRead() {
@@ -259,19 +260,13 @@ void CATADevice::StartRead() {
   }
 }
 
-void CATADevice::Execute(u32 command) {
+void CATADevice::Execute(u32 command) { RunPhase(command, &SCommandRow::onTime); }
+
+void CATADevice::InitialiseParameters() {
   SATARecord& r = block.record;
-  if (IsRead(command)) {
-    TransferRead();
-  } else if (IsWrite(command)) {
-    TransferWrite();
-  } else if (command == kInitialiseParameters) {
-    r.sectorsPerTrack = r.sectorCount;
-    r.heads = (r.driveHead & kHeadMask) + 1u;
-    RaiseInterrupt();
-  } else if (command == kIdentify) {
-    IdentifyDevice();
-  }
+  r.sectorsPerTrack = r.sectorCount;
+  r.heads = (r.driveHead & kHeadMask) + 1u;
+  RaiseInterrupt();
 }
 
 void CATADevice::IdentifyDevice() {
@@ -305,20 +300,19 @@ void CATADevice::TransferRead() {
   r.status |= kAtaDataRequest;
 }
 
-void CATADevice::EndRead() {
+void CATADevice::EndBuffer(Phase SCommandRow::*phase) {
+  block.record.status &= static_cast<u8>(~kAtaDataRequest);
+  block.record.dataPosition = 0;
+  RunPhase(block.record.command, phase);
+}
+
+void CATADevice::ReadNext() {
   SATARecord& r = block.record;
-  r.status &= static_cast<u8>(~kAtaDataRequest);
-  r.dataPosition = 0;
-  if (!IsRead(r.command) || r.sectorCount == 0) return;
+  if (r.sectorCount == 0) return;
   if (--r.sectorCount != 0) ScheduleKind(kExecute, kNextSectorUs, r.command);
 }
 
-void CATADevice::EndWrite() {
-  SATARecord& r = block.record;
-  r.status &= static_cast<u8>(~kAtaDataRequest);
-  r.dataPosition = 0;
-  if (IsWrite(r.command)) ScheduleKind(kExecute, kCommitUs, r.command);
-}
+void CATADevice::CommitSector() { ScheduleKind(kExecute, kCommitUs, block.record.command); }
 
 void CATADevice::TransferWrite() {
   SATARecord& r = block.record;

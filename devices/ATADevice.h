@@ -101,6 +101,20 @@ class CATADevice {
   u16 identifyData[256] = {};
 
  private:
+  using C = CATADevice;
+  using Phase = void (CATADevice::*)();
+  // What a command does in each of its phases; null is nothing.
+  struct SCommandRow {
+    u32 code;
+    Phase onAccepted;
+    Phase onTime;
+    Phase onTaken;  // the guest has read the buffer
+    Phase onGiven;  // the guest has filled it
+  };
+  static const SCommandRow kCommands[];
+  static const SCommandRow* FindCommand(u32 code);
+  void RunPhase(u32 code, Phase SCommandRow::*phase);
+
   enum EEventKind : u32 { kExecute = 1, kResetFirst = 2, kResetSecond = 3 };
 
   static void OnEvent(void* context, u64 userData, f64 time);
@@ -112,11 +126,15 @@ class CATADevice {
 
   u16 ReadData();
   void WriteData(u16 value);
-  void EndRead();
-  void EndWrite();
+  void EndBuffer(Phase SCommandRow::*phase);
   void WriteCommand(u8 command);
   void StartRead();
+  void StartWrite();
+  void StartSetup();
   void Execute(u32 command);
+  void InitialiseParameters();
+  void ReadNext();
+  void CommitSector();
   void IdentifyDevice();
   void TransferRead();
   void TransferWrite();
