@@ -1,0 +1,21 @@
+// What can be wrong with a program whose words are all right: loops, jumps out of them, and stores
+// over code.
+#pragma once
+
+#include <vector>
+
+#include "tools/adspasm/Image.h"
+#include "tools/adspasm/Statement.h"
+
+namespace vx::adsp {
+
+struct SPlacedInstruction {
+  SPlace place;
+  u32 address;
+  SInstruction instruction;
+};
+
+void CheckProgram(const std::vector<SPlacedInstruction>& program, const CImage& image,
+                  CDiagnostics& diagnostics);
+
+}  // namespace vx::adsp
