@@ -1,19 +1,14 @@
 #include "host/vxrun/Audio.h"
 
-#include <vector>
+#include <cstdio>
 
 namespace vx {
 
 namespace {
 
 constexpr u32 kPairBytes = 4;
+constexpr int kDeviceRateHz = 48000;  // unless the device would rather have another
 constexpr u32 kDeviceBlockPairs = 512;
-constexpr u32 kLeadMs = 50;        // silence ahead of the first samples, against gaps
-constexpr u32 kMaxQueuedMs = 150;  // beyond this sound would lag behind the picture
-
-u32 BytesOf(u32 rateHz, u32 milliseconds) {
-  return static_cast<u32>(u64{rateHz} * milliseconds / 1000) * kPairBytes;
-}
 
 }  // namespace
 
@@ -21,37 +16,72 @@ CAudio::~CAudio() {
   if (device_ != 0) SDL_CloseAudioDevice(device_);
 }
 
-void CAudio::Open(u32 rateHz) {
-  if (device_ != 0) SDL_CloseAudioDevice(device_);
-  device_ = 0;
-  rateHz_ = rateHz;
-  if (SDL_WasInit(SDL_INIT_AUDIO) == 0 && SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return;
+void CAudio::Open() {
+  bTried_ = true;
+  if (SDL_WasInit(SDL_INIT_AUDIO) == 0 && SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) {
+    Lose(SDL_GetError());
+    return;
+  }
   SDL_AudioSpec wanted{};
-  wanted.freq = static_cast<int>(rateHz);
+  wanted.freq = kDeviceRateHz;
   wanted.format = AUDIO_S16SYS;
   wanted.channels = 2;
   wanted.samples = kDeviceBlockPairs;
   SDL_AudioSpec got{};
-  device_ = SDL_OpenAudioDevice(nullptr, 0, &wanted, &got, 0);
-  if (device_ != 0) SDL_PauseAudioDevice(device_, 0);
+  device_ = SDL_OpenAudioDevice(nullptr, 0, &wanted, &got, SDL_AUDIO_ALLOW_FREQUENCY_CHANGE);
+  if (device_ == 0 || got.freq <= 0) {
+    Lose(SDL_GetError());
+    return;
+  }
+  feed_.emplace(static_cast<CSoundQueue&>(*this), static_cast<u32>(got.freq));
+  feed_->SetMuted(bMuted_);
+  SDL_PauseAudioDevice(device_, 0);
+}
+
+void CAudio::Lose(const char* why) {
+  feed_.reset();
+  if (device_ != 0) SDL_CloseAudioDevice(device_);
+  device_ = 0;
+  if (bTold_) return;
+  bTold_ = true;
+  std::fprintf(stderr, "vxrun: there is no sound device (%s); playing without sound\n", why);
+}
+
+void CAudio::HandleEvent(const SDL_Event& event) {
+  const bool bDevice =
+      (event.type == SDL_AUDIODEVICEADDED || event.type == SDL_AUDIODEVICEREMOVED) &&
+      event.adevice.iscapture == 0;
+  if (!bDevice) return;
+  if (event.type == SDL_AUDIODEVICEADDED) {
+    bTried_ = false;
+  } else if (device_ != 0 && event.adevice.which == device_) {
+    Lose("it has been removed");
+  }
 }
 
 void CAudio::SetMuted(bool bMuted) {
-  if (bMuted && !bMuted_ && device_ != 0) SDL_ClearQueuedAudio(device_);
   bMuted_ = bMuted;
+  if (feed_) feed_->SetMuted(bMuted);
 }
 
-void CAudio::Play(const i16* samples, u32 count, u32 rateHz) {
-  if (rateHz == 0 || bMuted_) return;
-  if (rateHz != rateHz_) Open(rateHz);
+void CAudio::Play(const i16* samples, u32 count, u32 rateHz, ESoundPace pace) {
+  if (rateHz == 0) return;
+  if (device_ == 0 && !bTried_) Open();
   if (device_ == 0) return;
-  const u32 queuedBytes = SDL_GetQueuedAudioSize(device_);
-  if (queuedBytes > BytesOf(rateHz, kMaxQueuedMs)) return;
-  if (queuedBytes == 0) {
-    const std::vector<u8> silence(BytesOf(rateHz, kLeadMs));
-    SDL_QueueAudio(device_, silence.data(), static_cast<u32>(silence.size()));
+  if (SDL_GetAudioDeviceStatus(device_) == SDL_AUDIO_STOPPED) {
+    Lose("it has stopped");
+    return;
   }
+  feed_->Play(samples, count, rateHz, pace);
+}
+
+u32 CAudio::QueuedPairs() { return SDL_GetQueuedAudioSize(device_) / kPairBytes; }
+
+void CAudio::Queue(const i16* samples, u32 count) {
+  // Without memory for it the block is not heard, which the next fill shows.
   SDL_QueueAudio(device_, samples, count / 2 * kPairBytes);
 }
+
+void CAudio::Clear() { SDL_ClearQueuedAudio(device_); }
 
 }  // namespace vx

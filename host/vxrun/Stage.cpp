@@ -23,7 +23,7 @@ CStage::CStage(const SOptions& options, const std::vector<SBinding>& bindings, C
       controls_(bindings) {}
 
 bool CStage::HandleEvents() {
-  if (!window_.HandleEvents(controls_)) return false;
+  if (!window_.HandleEvents(controls_, audio_)) return false;
   controls_.Poll();
   play_.Take(controls_.HostPressed(), controls_.HostHeld());
   audio_.SetMuted(play_.IsMuted());
@@ -50,7 +50,8 @@ void CStage::TakePicture(u64 frame, const u32* pixels, u32 width, u32 height) {
 }
 
 void CStage::TakeSound(const i16* samples, u32 count, u32 rateHz) {
-  audio_.Play(samples, count, rateHz);
+  const bool bFree = play_.IsFast() || options_.bUnthrottled;
+  audio_.Play(samples, count, rateHz, bFree ? ESoundPace::Free : ESoundPace::RealTime);
 }
 
 void CStage::Present(const SDiskProgress& disk) {

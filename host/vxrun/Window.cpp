@@ -71,12 +71,13 @@ CWindow::~CWindow() {
   if (window_ != nullptr) SDL_DestroyWindow(window_);
 }
 
-bool CWindow::HandleEvents(CControls& controls) {
+bool CWindow::HandleEvents(CControls& controls, CAudio& audio) {
   bool bStays = true;
   SDL_Event event;
   while (SDL_PollEvent(&event) != 0) {
     if (event.type == SDL_QUIT) bStays = false;
     controls.HandleEvent(event);
+    audio.HandleEvent(event);
   }
   return bStays;
 }

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "host/vxrun/Audio.h"
 #include "host/vxrun/Controls.h"
 #include "plugin/Quillon.h"
 
@@ -30,7 +31,7 @@ class CWindow {
   CWindow& operator=(const CWindow&) = delete;
 
   // Takes what happened since the last call; false once the window was closed.
-  bool HandleEvents(CControls& controls);
+  bool HandleEvents(CControls& controls, CAudio& audio);
 
   void TakePicture(const u32* pixels, u32 width, u32 height);
   void SetTitle(const std::string& title);

@@ -127,8 +127,20 @@ TEST_F(CProgram, AWindowRunPlaysSoundAndOutlivesAChangeOfRate) {
   RunWell({"--frames", "5", "--unthrottled", "--set", "FAKE_SoundRate=24000"});
 }
 
-TEST_F(CProgram, AWindowRunWithoutASoundDeviceIsSilent) {
-  RunWell({"--frames", "3", "--set", "FAKE_SoundRate=24000"}, {"SDL_AUDIODRIVER=none-such"});
+TEST_F(CProgram, AWindowRunWithoutASoundDeviceSaysSoOnceAndPlaysOn) {
+  const SProgramResult result = RunProgram({pack, "--frames", "5", "--set", "FAKE_SoundRate=24000"},
+                                           {"SDL_AUDIODRIVER=none-such"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_TRUE(result.err.starts_with("vxrun: there is no sound device (")) << result.err;
+  EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << result.err;
+}
+
+TEST_F(CProgram, AHeadlessRunAsksForNoSoundDevice) {
+  const SProgramResult result =
+      RunProgram({pack, "--headless", "--frames", "5", "--set", "FAKE_SoundRate=24000"},
+                 {"SDL_AUDIODRIVER=none-such"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
 }
 
 TEST_F(CProgram, WithoutADisplayTheSentenceNamesTheWayOut) {
