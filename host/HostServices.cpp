@@ -15,7 +15,6 @@ namespace vx {
 namespace {
 
 constexpr u64 kPictureBytes = u64{320} * 240 * 4;
-constexpr u32 kSpatialBlockSamples = 512;
 
 const wchar_t* GetCachePath() { return CHostServices::Get().CachePath(); }
 
@@ -54,29 +53,23 @@ void* AcquireFrameBuffer(u64 /*frameSequence*/, u32 width, u32 height, u32 bytes
 
 bool IsConfigLocked() { return CHostServices::Get().HasLockedConfig(); }
 
-// The spatial mixer is off. A source's handle must not be null, so all share one.
-u8 spatialHandle;
-
 i32 SpatialGetMode(u32, u32, u32) { return 0; }
-u32 SpatialGetBlockSize() { return kSpatialBlockSamples; }
-bool SpatialIsEnabled() { return false; }
-void SpatialGetListener(f32* position, f32* velocity, f32* forward, f32* up) {
-  constexpr f32 kOrigin[3] = {0.0f, 0.0f, 0.0f};
-  constexpr f32 kForward[3] = {0.0f, 0.0f, 1.0f};
-  constexpr f32 kUp[3] = {0.0f, 1.0f, 0.0f};
-  const auto put = [](f32* target, const f32(&value)[3]) {
-    if (target != nullptr) std::memcpy(target, value, sizeof(value));
-  };
-  put(position, kOrigin);
-  put(velocity, kOrigin);
-  put(forward, kForward);
-  put(up, kUp);
+u32 SpatialGetBlockSize() { return CSpatialPanner::kBlockValues; }
+bool SpatialIsEnabled() { return CHostServices::Get().Panner().IsEnabled(); }
+void SpatialGetListener(f32* position, f32* forward, f32* right, f32* up) {
+  CHostServices::Get().Panner().MeetListener(position, forward, right, up);
 }
-void* SpatialCreateSource() { return &spatialHandle; }
-void SpatialDestroySource(void*) {}
-void SpatialPlaceSource(void*, const f32*, f32, f32, i32) {}
-void SpatialRender(void*, void* outputField, void*, const void*, u32) {
-  const u32 tailValues = 0;
+void* SpatialCreateSource() { return CHostServices::Get().Panner().Create(); }
+void SpatialDestroySource(void* handle) {
+  CHostServices::Get().Panner().Destroy(static_cast<CSpatialSource*>(handle));
+}
+void SpatialPlaceSource(void* handle, const f32* position, f32 range, f32 level, i32 /*mode*/) {
+  CHostServices::Get().Panner().Place(static_cast<CSpatialSource*>(handle), position, range, level);
+}
+void SpatialRender(void* output, void* outputField, void* handle, const void* samples, u32 count) {
+  const u32 tailValues = CHostServices::Get().Panner().Render(
+      static_cast<i16*>(output), static_cast<CSpatialSource*>(handle),
+      static_cast<const i16*>(samples), count);
   if (outputField != nullptr) std::memcpy(outputField, &tailValues, sizeof(tailValues));
 }
 

@@ -11,6 +11,7 @@
 
 #include "host/ComponentLog.h"
 #include "host/FrameBufferRing.h"
+#include "host/SpatialPanner.h"
 #include "plugin/Quillon.h"
 
 namespace vx {
@@ -31,6 +32,7 @@ class CHostServices {
 
   CComponentLog& Log() { return log_; }
   CFrameBufferRing& FrameBuffers() { return frameBuffers_; }
+  CSpatialPanner& Panner() { return panner_; }
 
   // The folder that GetCachePath names, without which the default holds. Before the component is
   // loaded only. A closing "/" is added where it is missing.
@@ -68,6 +70,7 @@ class CHostServices {
   SHostApi api_{};
   CComponentLog log_;
   CFrameBufferRing frameBuffers_;
+  CSpatialPanner panner_;
   std::mutex mutex_;  // guards what follows, the atomics apart
   std::string cacheFolder_;
   std::wstring cacheFolderWide_;

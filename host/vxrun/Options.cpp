@@ -110,6 +110,9 @@ void Declare(CLI::App& app, SOptions& options) {
                  "Folder for what the board keeps between runs [~/.cache/vxrun/]")
       ->type_name("DIR")
       ->group("Board");
+  app.add_flag("--spatial", options.bSpatial,
+               "Place sounds in space by this host's panner instead of the board's own")
+      ->group("Board");
   app.add_flag("--verbose", options.bVerbose, "Show all that the component has to say");
 }
 

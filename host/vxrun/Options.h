@@ -34,6 +34,7 @@ struct SOptions {
   std::string wavPath;
   std::string screenshotFolder;  // empty: the current folder
 
+  bool bSpatial = false;  // sounds in space by the host's panner
   bool bTimeToFirstFrame = false;
   bool bVerbose = false;
 };

@@ -32,6 +32,7 @@ namespace {
 void PrepareServices(const SOptions& options, std::optional<CTemporaryFolder>& ownFolder) {
   CHostServices& services = CHostServices::Get();
   services.Log().SetVerbose(options.bVerbose);
+  services.Panner().Enable(options.bSpatial);
   if (options.cacheFolder.empty()) {
     if (!CMovieDeck::IsNeeded(options)) return;
     ownFolder.emplace();

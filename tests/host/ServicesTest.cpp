@@ -203,14 +203,28 @@ TEST_F(CServices, TheDefaultCacheFolderFollowsTheUsersCacheFolder) {
   EXPECT_EQ(DefaultCacheFolder(), "/home/someone/.cache/vxrun/");
 }
 
-TEST_F(CServices, TheSpatialMixerIsOff) {
+TEST_F(CServices, SoundsInSpaceAreTheBoardsOwnUnlessTheHostIsAskedTo) {
   EXPECT_FALSE(Api().SpatialIsEnabled());
-  EXPECT_EQ(Api().SpatialGetBlockSize(), 512u);
+  CHostServices::Get().Panner().Enable(true);
+  EXPECT_TRUE(Api().SpatialIsEnabled());
+  CHostServices::Get().Panner().Enable(false);
+}
+
+TEST_F(CServices, ASourceInSpaceIsHeardWhereItIsWithAnEchoBehind) {
+  f32 position[3] = {}, forward[3] = {0, 0, 1}, right[3] = {1, 0, 0}, up[3] = {0, 1, 0};
+  Api().SpatialGetListener(position, forward, right, up);
   void* source = Api().SpatialCreateSource();
-  EXPECT_NE(source, nullptr);
-  u32 tail = 77;
-  Api().SpatialRender(nullptr, &tail, source, nullptr, 0);
-  EXPECT_EQ(tail, 0u);
+  ASSERT_NE(source, nullptr);
+  const f32 place[3] = {1, 0, 0};
+  Api().SpatialPlaceSource(source, place, 0, 0.75f, Api().SpatialGetMode(0, 0, 0));
+  const i16 samples[] = {10000, 0, 0};
+  std::vector<i16> out(3 * 2 + Api().SpatialGetBlockSize());
+  u32 tail = 0;
+  Api().SpatialRender(out.data(), &tail, source, samples, 3);
+  EXPECT_EQ(out[0], 0);
+  EXPECT_EQ(out[1], 7500);
+  EXPECT_GT(tail, 0u);
+  EXPECT_LE(tail, Api().SpatialGetBlockSize());
   Api().SpatialDestroySource(source);
 }
 

@@ -136,10 +136,11 @@ TEST_F(SoundThroughTheBoundary, EveryPairCarriesBothChannelsAndThereIsNoGap) {
   EXPECT_LT(longest, 4u);
 }
 
-TEST_F(SoundThroughTheBoundary, TwoRunsGiveTheSameBytes) {
+TEST_F(SoundThroughTheBoundary, TwoRunsAndTheHostsPannerGiveTheSameBytesWithoutClones) {
   const std::vector<std::string> frames = {"--frames", std::to_string(kFrames)};
   const std::vector<i16> first = RunToWav(frames);
   EXPECT_EQ(RunToWav(frames), first);
+  EXPECT_EQ(RunToWav({"--frames", std::to_string(kFrames), "--spatial"}), first);
 }
 
 }  // namespace
