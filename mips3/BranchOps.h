@@ -18,9 +18,9 @@ inline void BranchLikelyIf(CVXMachine* m, u32 w, bool bTaken) {
   if (!bTaken) m->cpu.pc += 4;
 }
 
-inline bool IsEqual(const CVXMachine* m, u32 w) { return RegS(m, w) == RegT(m, w); }
-inline bool IsNegative(const CVXMachine* m, u32 w) { return static_cast<i64>(RegS(m, w)) < 0; }
-inline bool IsPositive(const CVXMachine* m, u32 w) { return static_cast<i64>(RegS(m, w)) > 0; }
+inline bool IsEqual(const CVXMachine* m, u32 w) { return ops::IsEqual(RegS(m, w), RegT(m, w)); }
+inline bool IsNegative(const CVXMachine* m, u32 w) { return ops::IsNegative(RegS(m, w)); }
+inline bool IsPositive(const CVXMachine* m, u32 w) { return ops::IsPositive(RegS(m, w)); }
 
 inline void ExecJump(CVXMachine* m, u32 w) {
   m->cpu.branchTarget = (m->cpu.pc & 0xF0000000) | (w & 0x3FFFFFF) << 2;

@@ -83,22 +83,6 @@ void WriteEntryHi(CVXMachine* m, u64 value) {
   if (((old ^ value) & 0xFF) != 0) RemapAllTlb(m);
 }
 
-void WriteTlbIndexed(CVXMachine* m) {
-  const u32 index = m->cpu.cop0[kCop0Index] & 63;
-  if (index >= kTlbEntryCount) return;
-  m->cpu.tlb[index] = {m->cpu.cop0[kCop0PageMask],
-                       m->cpu.cop0[kCop0EntryHi],
-                       {m->cpu.cop0[kCop0EntryLo0], m->cpu.cop0[kCop0EntryLo1]}};
-  MapTlbEntry(m, index);
-}
-
-void ReturnFromException(CVXMachine* m) {
-  m->cpu.pc = static_cast<u32>(m->cpu.cop0[kCop0Epc]);
-  m->cpu.cop0[kCop0Status] &= ~u64{kStatusExl};
-  m->cpu.llFlag = 0;
-  TakePendingInterrupt(m);
-}
-
 }  // namespace
 
 bool TakePendingInterrupt(CVXMachine* m) {
@@ -168,6 +152,22 @@ void WriteCop0(CVXMachine* m, u32 index, u64 value) {
       cop0[index & 31] = value;
       break;
   }
+}
+
+void WriteTlbIndexed(CVXMachine* m) {
+  const u32 index = m->cpu.cop0[kCop0Index] & 63;
+  if (index >= kTlbEntryCount) return;
+  m->cpu.tlb[index] = {m->cpu.cop0[kCop0PageMask],
+                       m->cpu.cop0[kCop0EntryHi],
+                       {m->cpu.cop0[kCop0EntryLo0], m->cpu.cop0[kCop0EntryLo1]}};
+  MapTlbEntry(m, index);
+}
+
+void ReturnFromException(CVXMachine* m) {
+  m->cpu.pc = static_cast<u32>(m->cpu.cop0[kCop0Epc]);
+  m->cpu.cop0[kCop0Status] &= ~u64{kStatusExl};
+  m->cpu.llFlag = 0;
+  TakePendingInterrupt(m);
 }
 
 void ExecuteCop0Function(CVXMachine* m, u32 word) {

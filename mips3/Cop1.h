@@ -13,10 +13,8 @@ namespace vx {
 // Executes any word of main code 17.
 void ExecuteCop1(CVXMachine* m, u32 word);
 
-// Loads and stores of one word. `word` names the register and is executed after the access.
+// The register of a load or store of one word, by the register model in force.
 void LoadFpWord(CVXMachine* m, u32 index, u32 value);
 u32 StoredFpWord(const CVXMachine* m, u32 index);
-// What a move from or to memory charges.
-void OccupyFpForMove(CVXMachine* m);
 
 }  // namespace vx

@@ -3,6 +3,7 @@
 #include "machine/HostAccess.h"
 #include "mips3/BranchOps.h"
 #include "mips3/Cop1.h"
+#include "mips3/FpValues.h"
 #include "mips3/MemoryOps.h"
 #include "mips3/OpTable.h"
 #include "mips3/Processor.h"
@@ -29,14 +30,8 @@ void ExecMtc0(CVXMachine* m, u32 w) { WriteCop0(m, Rd(w), RegT(m, w)); }
 
 void ExecCop1(CVXMachine* m, u32 w) { ExecuteCop1(m, w); }
 
-void ExecLwc1(CVXMachine* m, u32 w) {
-  LoadFpWord(m, Rt(w), ReadMemory<u32>(m, AddressOf(m, w), 0));
-  OccupyFpForMove(m);
-}
-void ExecSwc1(CVXMachine* m, u32 w) {
-  WriteMemory<u32>(m, AddressOf(m, w), StoredFpWord(m, Rt(w)), 0);
-  OccupyFpForMove(m);
-}
+void ExecLwc1(CVXMachine* m, u32 w) { LoadFpWord(m, Rt(w), ops::Lwc1(m, AddressOf(m, w))); }
+void ExecSwc1(CVXMachine* m, u32 w) { ops::Swc1(m, AddressOf(m, w), StoredFpWord(m, Rt(w))); }
 
 // --- One handler an op -------------------------------------------------------------------------
 

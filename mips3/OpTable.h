@@ -76,15 +76,16 @@ struct SOpInfo {
   EOpForm form;
   u8 traits;  // EOpTrait
   EOpEngine engine;
+  const char* executes;  // the function that executes it
 };
 
 inline constexpr std::array<SOpInfo, kOpCount> kOps = {{
-    {EOpTable::Main, 0xFFFFFFFF, "<unimplemented>", EOpForm::Plain, kUnimplemented,
-     EOpEngine::Call},
+    {EOpTable::Main, 0xFFFFFFFF, "<unimplemented>", EOpForm::Plain, kUnimplemented, EOpEngine::Call,
+     "Unimplemented"},
     {EOpTable::Cop0Function, 0xFFFFFFFF, "<invalid cop0 op>", EOpForm::Plain, kEndsBlock,
-     EOpEngine::Call},
+     EOpEngine::Call, "Cop0Function"},
 #define VX_OP(identifier, table, code, name, form, traits, engine, executes) \
-  {EOpTable::table, code, name, EOpForm::form, traits, EOpEngine::engine},
+  {EOpTable::table, code, name, EOpForm::form, traits, EOpEngine::engine, #executes},
 #include "mips3/OpRows.inc"
 #undef VX_OP
 }};

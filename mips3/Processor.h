@@ -44,6 +44,9 @@ u64 ReadCop0(CVXMachine* m, u32 index, u32 target);
 void WriteCop0(CVXMachine* m, u32 index, u64 value);
 // Executes a COP0 function word: TLB ops, eret, or an exception for any other.
 void ExecuteCop0Function(CVXMachine* m, u32 word);
+// The functions that change the processor: tlbwi and eret.
+void WriteTlbIndexed(CVXMachine* m);
+void ReturnFromException(CVXMachine* m);
 // Recognises the guest's loop that waits for an interrupt in Cause; pc is that of the op behind the
 // mfc0, reg its target.
 bool IsIdleLoop(const CVXMachine* m, u32 pc, u32 reg);

@@ -1,18 +1,12 @@
-// Ops that work on registers alone, with the multiplier's time: one inline function an op, shared
-// by the handlers and by replay. Nothing here traps; the trapping and non-trapping forms of an op
-// are one function.
+// Ops that work on registers alone, and with the multiplier: what the op table says executes them,
+// applied to the registers that an op word names. Shared by the handlers and by replay.
 #pragma once
-
-#include <algorithm>
-#include <limits>
 
 #include "machine/VXMachine.h"
 #include "mips3/OpTable.h"
+#include "mips3/OpValues.h"
 
 namespace vx {
-
-// A 32-bit result as the register holds it.
-constexpr u64 SignExtend32(u32 value) { return static_cast<u64>(i64{static_cast<i32>(value)}); }
 
 inline u64 RegS(const CVXMachine* m, u32 word) { return m->cpu.gpr[Rs(word)]; }
 inline u64 RegT(const CVXMachine* m, u32 word) { return m->cpu.gpr[Rt(word)]; }
@@ -24,175 +18,69 @@ inline void SetRegister(CVXMachine* m, u32 index, u64 value) {
 }
 inline void SetD(CVXMachine* m, u32 word, u64 value) { SetRegister(m, Rd(word), value); }
 inline void SetT(CVXMachine* m, u32 word, u64 value) { SetRegister(m, Rt(word), value); }
-inline u64 ImmediateS64(u32 word) { return static_cast<u64>(i64{SignedImmediate(word)}); }
 
 inline void ExecNothing(CVXMachine*, u32) {}
 
-// --- Add, subtract, logic, compare -------------------------------------------------------------
+// clang-format off
+// --- rd from rs and rt ----------------------------------------------------------------------
 
-inline void ExecAddu(CVXMachine* m, u32 w) { SetD(m, w, SignExtend32(LowS(m, w) + LowT(m, w))); }
-inline void ExecSubu(CVXMachine* m, u32 w) { SetD(m, w, SignExtend32(LowS(m, w) - LowT(m, w))); }
-inline void ExecDaddu(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) + RegT(m, w)); }
-inline void ExecDsubu(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) - RegT(m, w)); }
-inline void ExecAddiu(CVXMachine* m, u32 w) {
-  SetT(m, w, SignExtend32(LowS(m, w) + static_cast<u32>(SignedImmediate(w))));
-}
-inline void ExecDaddiu(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) + ImmediateS64(w)); }
+inline void ExecAddu(CVXMachine* m, u32 w)    { SetD(m, w, ops::Addu(RegS(m, w), RegT(m, w))); }
+inline void ExecSubu(CVXMachine* m, u32 w)    { SetD(m, w, ops::Subu(RegS(m, w), RegT(m, w))); }
+inline void ExecDaddu(CVXMachine* m, u32 w)   { SetD(m, w, ops::Daddu(RegS(m, w), RegT(m, w))); }
+inline void ExecDsubu(CVXMachine* m, u32 w)   { SetD(m, w, ops::Dsubu(RegS(m, w), RegT(m, w))); }
+inline void ExecAnd(CVXMachine* m, u32 w)     { SetD(m, w, ops::And(RegS(m, w), RegT(m, w))); }
+inline void ExecOr(CVXMachine* m, u32 w)      { SetD(m, w, ops::Or(RegS(m, w), RegT(m, w))); }
+inline void ExecXor(CVXMachine* m, u32 w)     { SetD(m, w, ops::Xor(RegS(m, w), RegT(m, w))); }
+inline void ExecNor(CVXMachine* m, u32 w)     { SetD(m, w, ops::Nor(RegS(m, w), RegT(m, w))); }
+inline void ExecSlt(CVXMachine* m, u32 w)     { SetD(m, w, ops::Slt(RegS(m, w), RegT(m, w))); }
+inline void ExecSltu(CVXMachine* m, u32 w)    { SetD(m, w, ops::Sltu(RegS(m, w), RegT(m, w))); }
 
-inline void ExecAnd(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) & RegT(m, w)); }
-inline void ExecOr(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) | RegT(m, w)); }
-inline void ExecXor(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) ^ RegT(m, w)); }
-inline void ExecNor(CVXMachine* m, u32 w) { SetD(m, w, ~(RegS(m, w) | RegT(m, w))); }
-inline void ExecAndi(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) & UnsignedImmediate(w)); }
-inline void ExecOri(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) | UnsignedImmediate(w)); }
-inline void ExecXori(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) ^ UnsignedImmediate(w)); }
-inline void ExecLui(CVXMachine* m, u32 w) { SetT(m, w, SignExtend32(w << 16)); }
+// --- rt from rs and the immediate -----------------------------------------------------------
 
-inline void ExecSlt(CVXMachine* m, u32 w) {
-  SetD(m, w, static_cast<i64>(RegS(m, w)) < static_cast<i64>(RegT(m, w)));
-}
-inline void ExecSltu(CVXMachine* m, u32 w) { SetD(m, w, RegS(m, w) < RegT(m, w)); }
-inline void ExecSlti(CVXMachine* m, u32 w) {
-  SetT(m, w, static_cast<i64>(RegS(m, w)) < SignedImmediate(w));
-}
-inline void ExecSltiu(CVXMachine* m, u32 w) { SetT(m, w, RegS(m, w) < ImmediateS64(w)); }
+inline void ExecAddiu(CVXMachine* m, u32 w)   { SetT(m, w, ops::Addiu(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecDaddiu(CVXMachine* m, u32 w)  { SetT(m, w, ops::Daddiu(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecAndi(CVXMachine* m, u32 w)    { SetT(m, w, ops::Andi(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecOri(CVXMachine* m, u32 w)     { SetT(m, w, ops::Ori(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecXori(CVXMachine* m, u32 w)    { SetT(m, w, ops::Xori(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecSlti(CVXMachine* m, u32 w)    { SetT(m, w, ops::Slti(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecSltiu(CVXMachine* m, u32 w)   { SetT(m, w, ops::Sltiu(RegS(m, w), UnsignedImmediate(w))); }
+inline void ExecLui(CVXMachine* m, u32 w)     { SetT(m, w, ops::Lui(UnsignedImmediate(w))); }
 
-// --- Shifts ------------------------------------------------------------------------------------
+// --- rd from rt and an amount ---------------------------------------------------------------
 
-inline u64 ShiftLeft32(u32 value, u32 amount) { return SignExtend32(value << amount); }
-inline u64 ShiftRight32(u32 value, u32 amount) { return SignExtend32(value >> amount); }
-inline u64 ShiftArithmetic32(u32 value, u32 amount) {
-  return static_cast<u64>(i64{static_cast<i32>(value) >> amount});
-}
-inline u64 ShiftArithmetic64(u64 value, u32 amount) {
-  return static_cast<u64>(static_cast<i64>(value) >> amount);
-}
+inline void ExecSll(CVXMachine* m, u32 w)     { SetD(m, w, ops::Sll(RegT(m, w), Sa(w))); }
+inline void ExecSrl(CVXMachine* m, u32 w)     { SetD(m, w, ops::Srl(RegT(m, w), Sa(w))); }
+inline void ExecSra(CVXMachine* m, u32 w)     { SetD(m, w, ops::Sra(RegT(m, w), Sa(w))); }
+inline void ExecDsll(CVXMachine* m, u32 w)    { SetD(m, w, ops::Dsll(RegT(m, w), Sa(w))); }
+inline void ExecDsrl(CVXMachine* m, u32 w)    { SetD(m, w, ops::Dsrl(RegT(m, w), Sa(w))); }
+inline void ExecDsra(CVXMachine* m, u32 w)    { SetD(m, w, ops::Dsra(RegT(m, w), Sa(w))); }
+inline void ExecDsll32(CVXMachine* m, u32 w)  { SetD(m, w, ops::Dsll32(RegT(m, w), Sa(w))); }
+inline void ExecDsrl32(CVXMachine* m, u32 w)  { SetD(m, w, ops::Dsrl32(RegT(m, w), Sa(w))); }
+inline void ExecDsra32(CVXMachine* m, u32 w)  { SetD(m, w, ops::Dsra32(RegT(m, w), Sa(w))); }
 
-inline void ExecSll(CVXMachine* m, u32 w) { SetD(m, w, ShiftLeft32(LowT(m, w), Sa(w))); }
-inline void ExecSrl(CVXMachine* m, u32 w) { SetD(m, w, ShiftRight32(LowT(m, w), Sa(w))); }
-inline void ExecSra(CVXMachine* m, u32 w) { SetD(m, w, ShiftArithmetic32(LowT(m, w), Sa(w))); }
-inline void ExecSllv(CVXMachine* m, u32 w) { SetD(m, w, ShiftLeft32(LowT(m, w), LowS(m, w) & 31)); }
-inline void ExecSrlv(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftRight32(LowT(m, w), LowS(m, w) & 31));
-}
-inline void ExecSrav(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftArithmetic32(LowT(m, w), LowS(m, w) & 31));
-}
-inline void ExecDsll(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) << Sa(w)); }
-inline void ExecDsrl(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) >> Sa(w)); }
-inline void ExecDsra(CVXMachine* m, u32 w) { SetD(m, w, ShiftArithmetic64(RegT(m, w), Sa(w))); }
-inline void ExecDsll32(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) << (Sa(w) + 32)); }
-inline void ExecDsrl32(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) >> (Sa(w) + 32)); }
-inline void ExecDsra32(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftArithmetic64(RegT(m, w), Sa(w) + 32));
-}
-inline void ExecDsllv(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) << (LowS(m, w) & 63)); }
-inline void ExecDsrlv(CVXMachine* m, u32 w) { SetD(m, w, RegT(m, w) >> (LowS(m, w) & 63)); }
-inline void ExecDsrav(CVXMachine* m, u32 w) {
-  SetD(m, w, ShiftArithmetic64(RegT(m, w), LowS(m, w) & 63));
-}
+// --- rd from rt and rs ----------------------------------------------------------------------
 
-// --- Multiply, divide, HI and LO ---------------------------------------------------------------
+inline void ExecSllv(CVXMachine* m, u32 w)    { SetD(m, w, ops::Sllv(RegT(m, w), RegS(m, w))); }
+inline void ExecSrlv(CVXMachine* m, u32 w)    { SetD(m, w, ops::Srlv(RegT(m, w), RegS(m, w))); }
+inline void ExecSrav(CVXMachine* m, u32 w)    { SetD(m, w, ops::Srav(RegT(m, w), RegS(m, w))); }
+inline void ExecDsllv(CVXMachine* m, u32 w)   { SetD(m, w, ops::Dsllv(RegT(m, w), RegS(m, w))); }
+inline void ExecDsrlv(CVXMachine* m, u32 w)   { SetD(m, w, ops::Dsrlv(RegT(m, w), RegS(m, w))); }
+inline void ExecDsrav(CVXMachine* m, u32 w)   { SetD(m, w, ops::Dsrav(RegT(m, w), RegS(m, w))); }
 
-inline constexpr u32 kMultiplyCycles = 10;
-inline constexpr u32 kMultiply64Cycles = 12;
-inline constexpr u32 kDivideCycles = 42;
-inline constexpr u32 kDivide64Cycles = 74;
+// --- HI and LO ------------------------------------------------------------------------------
 
-// Results are there at once; an op that needs the multiplier waits for the one before it.
-inline void WaitMultiplier(CVXMachine* m) {
-  m->cpu.cycles = std::max(m->cpu.cycles, m->cpu.mulBusy);
-}
-inline void OccupyMultiplier(CVXMachine* m, u32 cycles) {
-  WaitMultiplier(m);
-  m->cpu.mulBusy = m->cpu.cycles + cycles;
-}
-inline void SetHiLo32(CVXMachine* m, u32 hi, u32 lo) {
-  m->cpu.hi = SignExtend32(hi);
-  m->cpu.lo = SignExtend32(lo);
-}
-
-inline void ExecMult(CVXMachine* m, u32 w) {
-  const i64 a = static_cast<i32>(LowS(m, w));
-  const i64 b = static_cast<i32>(LowT(m, w));
-  const u64 product = static_cast<u64>(a * b);
-  SetHiLo32(m, static_cast<u32>(product >> 32), static_cast<u32>(product));
-  OccupyMultiplier(m, kMultiplyCycles);
-}
-inline void ExecMultu(CVXMachine* m, u32 w) {
-  const u64 product = u64{LowS(m, w)} * LowT(m, w);
-  SetHiLo32(m, static_cast<u32>(product >> 32), static_cast<u32>(product));
-  OccupyMultiplier(m, kMultiplyCycles);
-}
-inline void ExecDmult(CVXMachine* m, u32 w) {
-  const __int128 a = static_cast<i64>(RegS(m, w));
-  const __int128 b = static_cast<i64>(RegT(m, w));
-  const auto product = static_cast<unsigned __int128>(a * b);
-  m->cpu.lo = static_cast<u64>(product);
-  m->cpu.hi = static_cast<u64>(product >> 64);
-  OccupyMultiplier(m, kMultiply64Cycles);
-}
-inline void ExecDmultu(CVXMachine* m, u32 w) {
-  const unsigned __int128 product = static_cast<unsigned __int128>(RegS(m, w)) * RegT(m, w);
-  m->cpu.lo = static_cast<u64>(product);
-  m->cpu.hi = static_cast<u64>(product >> 64);
-  OccupyMultiplier(m, kMultiply64Cycles);
-}
-
-// A zero divisor leaves HI and LO; the smallest integer by -1 gives itself without remainder.
-inline void ExecDiv(CVXMachine* m, u32 w) {
-  const i32 a = static_cast<i32>(LowS(m, w));
-  const i32 b = static_cast<i32>(LowT(m, w));
-  if (b == -1) {
-    SetHiLo32(m, 0, 0u - static_cast<u32>(a));
-  } else if (b != 0) {
-    SetHiLo32(m, static_cast<u32>(a % b), static_cast<u32>(a / b));
-  }
-  OccupyMultiplier(m, kDivideCycles);
-}
-inline void ExecDivu(CVXMachine* m, u32 w) {
-  const u32 a = LowS(m, w);
-  const u32 b = LowT(m, w);
-  if (b != 0) SetHiLo32(m, a % b, a / b);
-  OccupyMultiplier(m, kDivideCycles);
-}
-inline void ExecDdiv(CVXMachine* m, u32 w) {
-  const i64 a = static_cast<i64>(RegS(m, w));
-  const i64 b = static_cast<i64>(RegT(m, w));
-  if (b == -1) {
-    m->cpu.hi = 0;
-    m->cpu.lo = 0 - static_cast<u64>(a);
-  } else if (b != 0) {
-    m->cpu.hi = static_cast<u64>(a % b);
-    m->cpu.lo = static_cast<u64>(a / b);
-  }
-  OccupyMultiplier(m, kDivide64Cycles);
-}
-inline void ExecDdivu(CVXMachine* m, u32 w) {
-  const u64 a = RegS(m, w);
-  const u64 b = RegT(m, w);
-  if (b != 0) {
-    m->cpu.hi = a % b;
-    m->cpu.lo = a / b;
-  }
-  OccupyMultiplier(m, kDivide64Cycles);
-}
-
-inline void ExecMfhi(CVXMachine* m, u32 w) {
-  SetD(m, w, m->cpu.hi);
-  WaitMultiplier(m);
-}
-inline void ExecMflo(CVXMachine* m, u32 w) {
-  SetD(m, w, m->cpu.lo);
-  WaitMultiplier(m);
-}
-inline void ExecMthi(CVXMachine* m, u32 w) {
-  m->cpu.hi = RegS(m, w);
-  WaitMultiplier(m);
-}
-inline void ExecMtlo(CVXMachine* m, u32 w) {
-  m->cpu.lo = RegS(m, w);
-  WaitMultiplier(m);
-}
+inline void ExecMult(CVXMachine* m, u32 w)    { ops::Mult(m, RegS(m, w), RegT(m, w)); }
+inline void ExecMultu(CVXMachine* m, u32 w)   { ops::Multu(m, RegS(m, w), RegT(m, w)); }
+inline void ExecDmult(CVXMachine* m, u32 w)   { ops::Dmult(m, RegS(m, w), RegT(m, w)); }
+inline void ExecDmultu(CVXMachine* m, u32 w)  { ops::Dmultu(m, RegS(m, w), RegT(m, w)); }
+inline void ExecDiv(CVXMachine* m, u32 w)     { ops::Div(m, RegS(m, w), RegT(m, w)); }
+inline void ExecDivu(CVXMachine* m, u32 w)    { ops::Divu(m, RegS(m, w), RegT(m, w)); }
+inline void ExecDdiv(CVXMachine* m, u32 w)    { ops::Ddiv(m, RegS(m, w), RegT(m, w)); }
+inline void ExecDdivu(CVXMachine* m, u32 w)   { ops::Ddivu(m, RegS(m, w), RegT(m, w)); }
+inline void ExecMfhi(CVXMachine* m, u32 w)    { SetD(m, w, ops::Mfhi(m)); }
+inline void ExecMflo(CVXMachine* m, u32 w)    { SetD(m, w, ops::Mflo(m)); }
+inline void ExecMthi(CVXMachine* m, u32 w)    { ops::Mthi(m, RegS(m, w)); }
+inline void ExecMtlo(CVXMachine* m, u32 w)    { ops::Mtlo(m, RegS(m, w)); }
+// clang-format on
 
 }  // namespace vx
