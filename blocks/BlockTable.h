@@ -1,37 +1,14 @@
 // The lookup table of native blocks, keyed by guest code content. A word is matched against known
 // code when its record is formed; no guest address takes part. One table serves all machines of the
 // process; it is unpacked once, with the first pack.
-//
-// Image: signature; 65,536 buckets by the first word's halves; behind them the buckets' entries and
-// the entries' code words, at offsets from the image's start. Within a bucket entries ascend by the
-// first two words as one number, and of two with the same start the longer comes first.
 #pragma once
 
 #include <span>
 
+#include "blocks/Formats.h"
 #include "machine/VXMachine.h"
 
 namespace vx {
-
-inline constexpr u32 kBlockBucketCount = 65536;
-inline constexpr u64 kBlockTableSignature = 0x0000000000315856;  // "VX1"
-
-struct SBlockEntry {
-  u32 wordCount;    // at least 2
-  u32 nativeIndex;  // row of the native table
-  u64 words;        // where the code words lie
-};
-struct SBlockBucket {
-  u32 count;
-  u32 reserved;
-  u64 entries;  // where the bucket's entries lie; 0: empty
-};
-static_assert(sizeof(SBlockEntry) == 16 && sizeof(SBlockBucket) == 16);
-
-inline constexpr u32 kBlockTableHeadBytes = 8 + kBlockBucketCount * sizeof(SBlockBucket);
-static_assert(kBlockTableHeadBytes == 1'048'584);
-
-constexpr u32 BlockBucketOf(u32 firstWord) { return (firstWord ^ firstWord >> 16) & 0xFFFF; }
 
 // A library as it is built into the component: the stored table and the functions it names.
 struct SBlockLibrary {

@@ -29,32 +29,9 @@ bool IsValid(const CVXMachine& m, u32 index) { return (m.records[index].flags & 
 
 template <typename T>
 void Append(std::vector<u8>& bytes, const T& value) {
-  const auto* const source = reinterpret_cast<const u8*>(&value);
-  bytes.insert(bytes.end(), source, source + sizeof(T));
-}
-
-std::vector<u8> PackRecords(const CVXMachine& m) {
-  std::vector<u8> bytes;
-  Append(bytes, SRecordCacheHeader{kRecordCacheMagic, kRecordCacheVersion, kRecordCount});
-  for (u32 index = 0; index < kRecordCount;) {
-    if (!IsValid(m, index)) {
-      ++index;
-      continue;
-    }
-    u32 count = 1;
-    while (count < kRecordCacheMaxRun && index + count < kRecordCount &&
-           IsValid(m, index + count)) {
-      ++count;
-    }
-    Append(bytes, static_cast<u16>(count));
-    Append(bytes, index);
-    for (const u32 end = index + count; index < end; ++index) {
-      const SPredecodedOp& record = m.records[index];
-      Append(bytes, SCachedRecord{record.word, record.flags & ~u32{kOpBreakMask}, record.link});
-    }
-  }
-  Append(bytes, u16{0});
-  return bytes;
+  const size_t at = bytes.size();
+  bytes.resize(at + sizeof(T));
+  std::memcpy(bytes.data() + at, &value, sizeof(T));
 }
 
 // Reads values one after the other and tells where the bytes end.
@@ -150,9 +127,33 @@ void DropUnsoundRecords(CVXMachine& m) {
 
 }  // namespace
 
+std::vector<u8> PackRecordCache(const CVXMachine& m) {
+  std::vector<u8> bytes;
+  Append(bytes, SRecordCacheHeader{kRecordCacheMagic, kRecordCacheVersion, kRecordCount});
+  for (u32 index = 0; index < kRecordCount;) {
+    if (!IsValid(m, index)) {
+      ++index;
+      continue;
+    }
+    u32 count = 1;
+    while (count < kRecordCacheMaxRun && index + count < kRecordCount &&
+           IsValid(m, index + count)) {
+      ++count;
+    }
+    Append(bytes, static_cast<u16>(count));
+    Append(bytes, index);
+    for (const u32 end = index + count; index < end; ++index) {
+      const SPredecodedOp& record = m.records[index];
+      Append(bytes, SCachedRecord{record.word, record.flags & ~u32{kOpBreakMask}, record.link});
+    }
+  }
+  Append(bytes, u16{0});
+  return bytes;
+}
+
 void StoreRecordCache(CVXMachine& m) {
   if (!KeepsRecords(m)) return;
-  WriteFileWhole(CachePath(m).c_str(), PackRecords(m));
+  WriteFileWhole(CachePath(m).c_str(), PackRecordCache(m));
 }
 
 void LoadRecordCache(CVXMachine& m) {
