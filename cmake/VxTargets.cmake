@@ -55,5 +55,6 @@ function(vx_part name)
 endfunction()
 
 # The board without a library of native blocks, and with the empty one: all guest code replays.
-set(VX_BOARD_PARTS vx_base vx_sound vx_mips3 vx_blocks vx_devices vx_machine vx_plugin)
+set(VX_BOARD_PARTS vx_base vx_sound vx_mips3 vx_blocks vx_devices vx_machine vx_script
+    vx_plugin)
 set(VX_COMPONENT_PARTS ${VX_BOARD_PARTS} vx_empty_library)

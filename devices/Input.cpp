@@ -47,8 +47,10 @@ u64 PadPort(u32 padBits) {
   return port;
 }
 
-void StorePort(u64& port, u64 value) {
-  std::atomic_ref<u64>(port).store(value, std::memory_order_relaxed);
+// Read without the lock, by the guest and by scripts.
+template <typename T>
+void StoreRelaxed(T& word, T value) {
+  std::atomic_ref<T>(word).store(value, std::memory_order_relaxed);
 }
 
 }  // namespace
@@ -65,8 +67,10 @@ void CVXMachine::SetInput(const SInputRecord* records, u32 count) noexcept {
   u64 status = ~u64{0};
   if (inputCount >= 1) port0 = PadPort(inputRecords[0].padBits);
   if (inputCount >= 2) port1 = PadPort(inputRecords[1].padBits);
-  scriptState.playerExtra[0] = inputCount >= 1 ? inputRecords[0].systemBits >> 9 : 0;
-  scriptState.playerExtra[1] = inputCount >= 2 ? inputRecords[1].systemBits >> 9 : 0;
+  for (u32 player = 0; player < std::size(scriptState.playerExtra); ++player) {
+    const u32 extra = player < inputCount ? inputRecords[player].systemBits >> 9 : 0;
+    StoreRelaxed(scriptState.playerExtra[player], extra);
+  }
 
   const u32 systemBits = inputCount >= 1 ? inputRecords[0].systemBits : 0;
   for (u32 bit = 0; bit < std::size(kSystemRows); ++bit) {
@@ -77,8 +81,8 @@ void CVXMachine::SetInput(const SInputRecord* records, u32 count) noexcept {
     if (row.port == EPort::Status) status &= ~row.cleared;
   }
 
-  StorePort(state.inputPort0, port0);
-  StorePort(state.inputPort1, port1);
+  StoreRelaxed(state.inputPort0, port0);
+  StoreRelaxed(state.inputPort1, port1);
   std::atomic_ref<u64> boardStatus(state.boardStatus);
   boardStatus.fetch_or(status & ~kStatusSoundTaken, std::memory_order_relaxed);
   boardStatus.fetch_and(status, std::memory_order_relaxed);

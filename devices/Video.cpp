@@ -68,6 +68,7 @@ void CVXMachine::CaptureFrame() {
   for (u32 y = 0; y < videoHeight; ++y) {
     ConvertLine(source + y * kPitchPixels, frameTarget + y * videoWidth, videoWidth);
   }
+  RunFrameHooks(page);
 }
 
 }  // namespace vx

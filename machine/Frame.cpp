@@ -109,7 +109,10 @@ void CVXMachine::FrameStep() {
   FinishDiskLoad(*this);
   if (parent == nullptr) {
     if (flushDeadline != 0.0 && HostClockMs() > flushDeadline) FlushPendingOverlay(*this);
-    bResetPending = 0;
+    if (bResetPending != 0) {
+      bResetPending = 0;
+      RunResetHooks();
+    }
     ArmVideoEvents();
     state.dipPort = pendingDipWord.load(std::memory_order_relaxed);
     ata.timing.extraReadTime = pendingExtraReadTimeUs.load(std::memory_order_relaxed);

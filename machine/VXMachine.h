@@ -137,6 +137,10 @@ class CVXMachine final : public CQuillonMachineBase {
   void ArmVideoEvents();
   // Converts the selected page into FrameTarget.
   void CaptureFrame();
+  // Tells scripts of a reset or a loaded state: those that wait for a machine's first one, then
+  // all; and of a picture taken from this page (script/ScriptHooks.cpp).
+  void RunResetHooks();
+  void RunFrameHooks(u32 page);
   // Hands the frame's samples to the host.
   void MixFrame();
   // Replaces the clones of the sound processor by so many new ones of its present state; 0 leaves

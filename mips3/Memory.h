@@ -20,11 +20,16 @@ void WriteSlow(CVXMachine* m, u32 physical, T value, u32 uncharged);
 // The word at a virtual address as the fetch path sees it: the read rule without the time charge.
 u32 FetchWord(CVXMachine* m, u32 address);
 
-// The flat offset that a virtual address reaches, as used for op records and breakpoints.
-inline u32 FlatIndexOfVirtual(const CVXMachine* m, u32 address) {
+// The physical address behind a virtual one; of a page that is not mapped, the address itself.
+inline u32 PhysicalOfVirtual(const CVXMachine* m, u32 address) {
   const u32 page = m->pages[address >> 12].value;
   const bool bMapped = (page & kPageMappedMask) != 0;
-  return FlatIndex(bMapped ? (page & kPageBaseMask) | (address & 0xFFF) : address);
+  return bMapped ? (page & kPageBaseMask) | (address & 0xFFF) : address;
+}
+
+// The flat offset that a virtual address reaches, as used for op records and breakpoints.
+inline u32 FlatIndexOfVirtual(const CVXMachine* m, u32 address) {
+  return FlatIndex(PhysicalOfVirtual(m, address));
 }
 
 template <typename T>

@@ -114,6 +114,7 @@ class CADSP {
   void WriteGroup(u32 group, u32 index, u32 value);
   void WriteIndex(u32 dag, u32 value);
   void WriteLength(u32 dag, u32 value);
+  void WriteModify(u32 dag, u32 value);
 
   // --- End of the boot, patches and hooks (ADSPPatches.cpp) ------------------------------------
   // Plants a patch over every hot loop that stands in program memory as it is known, or the

@@ -34,6 +34,12 @@ inline void CADSP::WriteProgram(u32 address, u32 value) {
   }
 }
 
+// Where a script's hook lies: without an upper bound, unlike a fetch.
+inline u32& HookedWord(SADSPState& s, u32 address) {
+  return address < kAdspInternalWords ? s.internalRam[address]
+                                      : s.externalRam[address & kExternalMask];
+}
+
 // --- Data bus ----------------------------------------------------------------------------------
 
 // Whether an address leads to RAM or the ROM window: such an access cannot reach a device.

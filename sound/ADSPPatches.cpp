@@ -140,12 +140,6 @@ bool StandsInProgram(const CADSP& p, const SPatch& patch) {
   return true;
 }
 
-// Where a script's hook lies: without an upper bound, unlike a fetch.
-u32& HookedWord(SADSPState& s, u32 address) {
-  return address < kAdspInternalWords ? s.internalRam[address]
-                                      : s.externalRam[address & kExternalMask];
-}
-
 }  // namespace
 
 // --- Planting ----------------------------------------------------------------------------------

@@ -101,6 +101,10 @@ void CADSP::WriteLength(u32 dag, u32 value) {
   address.base = address.i & address.mask;
 }
 
+void CADSP::WriteModify(u32 dag, u32 value) {
+  state.dag[dag].m = SignExtend(value & kAddressMask, 14);
+}
+
 u32 CADSP::ReadGroup(u32 group, u32 index) {
   if (group == 0) return DataRegister(kDataRegisters[index]);
   if (group == kControlGroup) {
@@ -138,7 +142,7 @@ void CADSP::WriteGroup(u32 group, u32 index, u32 value) {
       WriteIndex(dag, value);
       break;
     case kFieldM:
-      state.dag[dag].m = SignExtend(value & kAddressMask, 14);
+      WriteModify(dag, value);
       break;
     case kFieldL:
       WriteLength(dag, value);

@@ -63,6 +63,12 @@ i32 ChannelOfCommand(const u8* rom, u16 command) {
   return record == kNoRecord ? -1 : static_cast<i32>(NumberAt(rom, record + 1, 1));
 }
 
+void SetChannelOfCommand(u8* rom, u16 command, u8 channel) {
+  const u32 record = FindRecord(rom, command);
+  if (record == kNoRecord) return;
+  if (const u32 offset = OffsetOf(record + 1); offset < kRomImageBytes) rom[offset] = channel;
+}
+
 bool CommandIsSimple(const u8* rom, u16 command) {
   constexpr u32 kEffect = 1;
   constexpr u32 kLastRecord = kNoRecord - 2;
