@@ -37,17 +37,19 @@ class CAssembler {
       : program_(program), bAllowMissing_(options.bAllowMissing) {}
 
   void Run(const std::string& path, const SAssembleOptions& options, const SourceReader& read) {
+    const SPlace caller{"the command line", 0};
     for (const auto& [name, value] : options.constants) {
-      Guard({"the command line", 0}, [&] { DefineValue(name, ESymbol::Constant, value, {}); });
+      Guard(caller, [&, &name = name, value = value] {
+        DefineValue(name, ESymbol::Constant, value, caller);
+      });
     }
-    const SSources sources = ReadSources(path, options.includeFolders, read, diagnostics);
-    program_.files = sources.files;
+    ReadSources(path, options.includeFolders, read, diagnostics, sources);
     for (const SSourceLine& line : sources.lines) {
       Guard(line.place, [&] { PlaceLine(line); });
     }
     symbols_.bAllDefined = true;
     ResolveConstants();
-    ListLines(sources);
+    ListLines();
     for (const SStatement& statement : statements_) {
       Guard(statement.line->place, [&] { Emit(statement); });
     }
@@ -55,6 +57,7 @@ class CAssembler {
   }
 
   CDiagnostics diagnostics;
+  SSources sources;
 
  private:
   template <typename TAction>
@@ -247,7 +250,7 @@ class CAssembler {
 
   // --- Second pass: words ----------------------------------------------------------------------
 
-  void ListLines(const SSources& sources) {
+  void ListLines() {
     program_.lines.reserve(sources.lines.size());
     for (const SSourceLine& line : sources.lines)
       program_.lines.push_back({line.place, line.text, EBus::Program, 0, {}});
@@ -280,7 +283,8 @@ class CAssembler {
     for (const std::string& warning : instruction.warnings) {
       diagnostics.Warn(statement.line->place, warning);
     }
-    placed_.push_back({statement.line->place, static_cast<u32>(statement.address), instruction});
+    placed_.push_back({statement.line->place, static_cast<u32>(statement.address), instruction,
+                       statement.bAllowMissing});
   }
 
   void EmitValues(CTokens& tokens, const SStatement& statement) {
@@ -374,6 +378,7 @@ SProgram Assemble(const std::string& path, const SAssembleOptions& options,
     assembler.Run(path, options, read);
   } catch (const CDiagnostics::STooMany&) {
   }
+  program.files = assembler.sources.files;
   program.bGood = !assembler.diagnostics.HasErrors();
   program.diagnostics = InSourceOrder(assembler.diagnostics.All(), program.files);
   return program;

@@ -13,6 +13,15 @@ struct SLoop {
   bool Holds(u32 address) const { return address >= first && address <= last; }
 };
 
+void Complain(const SPlacedInstruction& loop, const std::string& sentence,
+              CDiagnostics& diagnostics) {
+  if (loop.bLenient) {
+    diagnostics.Warn(loop.place, sentence);
+  } else {
+    diagnostics.Error(loop.place, sentence);
+  }
+}
+
 std::vector<SLoop> FindLoops(const std::vector<SPlacedInstruction>& program, const CImage& image,
                              CDiagnostics& diagnostics) {
   std::vector<SLoop> loops;
@@ -20,11 +29,12 @@ std::vector<SLoop> FindLoops(const std::vector<SPlacedInstruction>& program, con
     if (placed.instruction.flow != EFlow::Do) continue;
     const SLoop loop{&placed, placed.address + 1, placed.instruction.target};
     if (loop.last < loop.first) {
-      diagnostics.Error(placed.place, "the loop's last word, at " + Hex(loop.last, 4) +
-                                          ", does not stand behind its DO.");
+      Complain(placed,
+               "the loop's last word, at " + Hex(loop.last, 4) + ", does not stand behind its DO.",
+               diagnostics);
     } else if (!image.WordAt(loop.last)) {
-      diagnostics.Error(placed.place,
-                        "there is no word at the loop's end, " + Hex(loop.last, 4) + ".");
+      Complain(placed, "there is no word at the loop's end, " + Hex(loop.last, 4) + ".",
+               diagnostics);
     } else {
       loops.push_back(loop);
     }
@@ -32,9 +42,7 @@ std::vector<SLoop> FindLoops(const std::vector<SPlacedInstruction>& program, con
   return loops;
 }
 
-std::string LineOf(const SLoop& loop) {
-  return "of " + loop.start->place.file + ", line " + std::to_string(loop.start->place.line);
-}
+std::string LineOf(const SLoop& loop) { return "of " + InWords(loop.start->place); }
 
 void CheckNesting(const std::vector<SLoop>& loops, CDiagnostics& diagnostics) {
   for (const SLoop& inner : loops) {
@@ -42,18 +50,21 @@ void CheckNesting(const std::vector<SLoop>& loops, CDiagnostics& diagnostics) {
     for (const SLoop& outer : loops) {
       if (&outer == &inner) continue;
       if (outer.last == inner.last && outer.start->address < inner.start->address) {
-        diagnostics.Error(inner.start->place, "the loop ends with the same word as that " +
-                                                  LineOf(outer) +
-                                                  "; the processor would miss the outer end.");
+        Complain(*inner.start,
+                 "the loop ends with the same word as that " + LineOf(outer) +
+                     "; the processor would miss the outer end.",
+                 diagnostics);
       } else if (outer.Holds(inner.start->address) && inner.last > outer.last) {
-        diagnostics.Error(inner.start->place,
-                          "the loop ends behind the one around it, " + LineOf(outer) + ".");
+        Complain(*inner.start, "the loop ends behind the one around it, " + LineOf(outer) + ".",
+                 diagnostics);
       }
       if (outer.Holds(inner.start->address)) ++depth;
     }
     if (depth > kLoopStackWords) {
-      diagnostics.Error(inner.start->place, "the loop is the " + std::to_string(depth) +
-                                                "th within another; the processor keeps 4.");
+      Complain(
+          *inner.start,
+          "the loop is the " + std::to_string(depth) + "th within another; the processor keeps 4.",
+          diagnostics);
     }
   }
 }
@@ -83,8 +94,8 @@ void CheckStores(const std::vector<SPlacedInstruction>& program, const CImage& i
     const SPlace* code = address ? image.CodeAt(*address) : nullptr;
     if (code == nullptr) continue;
     diagnostics.Warn(placed.place, "data address " + Hex(*address, 4) +
-                                       " is the memory of the program word of " + code->file +
-                                       ", line " + std::to_string(code->line) + ".");
+                                       " is the memory of the program word of " + InWords(*code) +
+                                       ".");
   }
 }
 

@@ -13,6 +13,7 @@ struct SPlacedInstruction {
   SPlace place;
   u32 address;
   SInstruction instruction;
+  bool bLenient = false;  // loop errors are warnings, as under .ALLOW_UNIMPL
 };
 
 void CheckProgram(const std::vector<SPlacedInstruction>& program, const CImage& image,

@@ -10,6 +10,10 @@ constexpr u32 kLastLine = 0xFFFFFFFF;  // sorts behind all others, and is not to
 
 }  // namespace
 
+std::string InWords(const SPlace& place) {
+  return place.line != 0 ? place.file + ", line " + std::to_string(place.line) : place.file;
+}
+
 std::string ToText(const SDiagnostic& diagnostic) {
   const char* kind = diagnostic.severity == ESeverity::Error ? "error" : "warning";
   std::string place = diagnostic.place.file;

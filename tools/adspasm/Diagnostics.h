@@ -15,6 +15,9 @@ struct SPlace {
   u32 line = 0;
 };
 
+// "file, line 3", for the middle of a sentence.
+std::string InWords(const SPlace& place);
+
 enum class ESeverity : u32 { Error, Warning };
 
 struct SDiagnostic {

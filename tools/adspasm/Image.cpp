@@ -86,8 +86,7 @@ CImage::SCell& CImage::Take(EBus bus, u32 address, const SPlace& place) {
   if (cell.bTaken) {
     throw CSourceError(std::string(NameOf(bus)) + " address " + Hex(address, 4) +
                        " is taken: the same memory is " + NameOf(cell.bus) + " address " +
-                       Hex(cell.address, 4) + " of " + cell.place.file + ", line " +
-                       std::to_string(cell.place.line) + ".");
+                       Hex(cell.address, 4) + " of " + InWords(cell.place) + ".");
   }
   cell.bTaken = true;
   cell.bus = bus;

@@ -70,7 +70,7 @@ constexpr SRegister kRegisters[] = {
 // Words of the language beside registers, conditions and modes.
 constexpr std::string_view kWords[] = {
   "AF", "MF", "MR", "SR", "IF", "DO", "UNTIL", "JUMP", "CALL", "RTS", "RTI", "NOP", "IDLE", "ENA",
-  "DIS", "MODIFY", "DIVS", "DIVQ", "SAT", "PUSH", "POP", "STS", "PC", "LOOP", "DM", "PM", "PASS",
+  "DIS", "MODIFY", "DIVS", "DIVQ", "SAT", "PUSH", "POP", "DM", "PM", "PASS",
   "ABS", "NOT", "AND", "OR", "XOR", "LSHIFT", "ASHIFT", "NORM", "EXP", "EXPADJ", "BY", "HI", "LO",
   "HIX", "SS", "SU", "US", "UU", "RND", "C", "CE", "FOREVER", "TRUE", "EQ", "NE", "GT", "LE", "LT",
   "GE", "AV", "AC", "NEG", "POS", "MV",

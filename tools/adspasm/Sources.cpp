@@ -10,13 +10,14 @@ namespace vx::adsp {
 namespace {
 
 constexpr size_t kDeepestInclude = 32;
-constexpr size_t kMostLines = 1000000;
+constexpr size_t kLongestLine = 4096;
+constexpr size_t kMostLines = 500000;
 
 class CGatherer {
  public:
   CGatherer(const std::vector<std::string>& folders, const SourceReader& read,
-            CDiagnostics& diagnostics)
-      : folders_(folders), read_(read), diagnostics_(diagnostics) {}
+            CDiagnostics& diagnostics, SSources& sources)
+      : folders_(folders), read_(read), diagnostics_(diagnostics), sources_(sources) {}
 
   void Add(const std::string& path, const std::string& text) {
     const std::string key = std::filesystem::path(path).lexically_normal().string();
@@ -24,8 +25,8 @@ class CGatherer {
       throw CSourceError(path + " includes itself.");
     }
     if (open_.size() >= kDeepestInclude) throw CSourceError("includes go too deep.");
-    if (std::find(result.files.begin(), result.files.end(), path) == result.files.end()) {
-      result.files.push_back(path);
+    if (std::find(sources_.files.begin(), sources_.files.end(), path) == sources_.files.end()) {
+      sources_.files.push_back(path);
     }
     open_.push_back(key);
     u32 number = 0;
@@ -37,23 +38,22 @@ class CGatherer {
     open_.pop_back();
   }
 
-  SSources result;
-
  private:
   void AddLine(const SPlace& place, const std::string& text) {
-    if (result.lines.size() >= kMostLines) {
-      diagnostics_.Error(place, "the source has more than a million lines.");
+    if (sources_.lines.size() >= kMostLines) {
+      diagnostics_.Error(place, "the source has more than 500000 lines, its includes counted.");
       throw CDiagnostics::STooMany();
     }
-    result.lines.push_back({place, text, {}});
-    while (!result.lines.back().text.empty() && result.lines.back().text.back() == '\r') {
-      result.lines.back().text.pop_back();
+    sources_.lines.push_back({place, text, {}});
+    while (!sources_.lines.back().text.empty() && sources_.lines.back().text.back() == '\r') {
+      sources_.lines.back().text.pop_back();
     }
     try {
-      result.lines.back().tokens = SplitLine(text);
-      if (CTokens(result.lines.back().tokens).IsWord(".INCLUDE")) {
-        const std::vector<SToken> tokens = std::move(result.lines.back().tokens);
-        result.lines.back().tokens.clear();
+      if (text.size() > kLongestLine) throw CSourceError("the line has more than 4096 characters.");
+      sources_.lines.back().tokens = SplitLine(text);
+      if (CTokens(sources_.lines.back().tokens).IsWord(".INCLUDE")) {
+        const std::vector<SToken> tokens = std::move(sources_.lines.back().tokens);
+        sources_.lines.back().tokens.clear();
         Include(place, tokens);
       }
     } catch (const CSourceError& error) {
@@ -82,6 +82,7 @@ class CGatherer {
   const std::vector<std::string>& folders_;
   const SourceReader& read_;
   CDiagnostics& diagnostics_;
+  SSources& sources_;
   std::vector<std::string> open_;
 };
 
@@ -98,16 +99,14 @@ std::optional<std::string> ReadSourceFile(const std::string& path) {
   return text.str();
 }
 
-SSources ReadSources(const std::string& path, const std::vector<std::string>& folders,
-                     const SourceReader& read, CDiagnostics& diagnostics) {
-  CGatherer gatherer(folders, read, diagnostics);
+void ReadSources(const std::string& path, const std::vector<std::string>& folders,
+                 const SourceReader& read, CDiagnostics& diagnostics, SSources& sources) {
   const std::optional<std::string> text = read(path);
   if (text) {
-    gatherer.Add(path, *text);
+    CGatherer(folders, read, diagnostics, sources).Add(path, *text);
   } else {
     diagnostics.Error({path, 0}, "the file cannot be read.");
   }
-  return std::move(gatherer.result);
 }
 
 }  // namespace vx::adsp

@@ -14,7 +14,7 @@ namespace vx::adsp {
 using SourceReader = std::function<std::optional<std::string>(const std::string& path)>;
 
 // Reads from the disk: regular files of up to kLargestSource bytes.
-inline constexpr size_t kLargestSource = 16 << 20;
+inline constexpr size_t kLargestSource = 4 << 20;
 std::optional<std::string> ReadSourceFile(const std::string& path);
 
 struct SSourceLine {
@@ -29,8 +29,9 @@ struct SSources {
 };
 
 // Follows ".INCLUDE"; names are relative to the file that includes, then to the folders in order.
-// What is wrong goes to `diagnostics`.
-SSources ReadSources(const std::string& path, const std::vector<std::string>& folders,
-                     const SourceReader& read, CDiagnostics& diagnostics);
+// What is wrong goes to `diagnostics`, which can end the work by an exception; `sources` then holds
+// what was read so far.
+void ReadSources(const std::string& path, const std::vector<std::string>& folders,
+                 const SourceReader& read, CDiagnostics& diagnostics, SSources& sources);
 
 }  // namespace vx::adsp

@@ -127,7 +127,7 @@ void AssembleClauses(CTokens& tokens, const SStatementContext& context, u32 cond
       op = ParseOperation(tokens, context.symbols, context.here);
     } else {
       if (transfer) {
-        throw CSourceError("a word holds one move or memory access only.");
+        throw CSourceError("a word of this processor holds one move or memory access only.");
       }
       transfer = ParseTransfer(tokens, context.symbols, context.here);
     }

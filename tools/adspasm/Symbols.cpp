@@ -139,9 +139,7 @@ void CSymbols::Define(const std::string& name, SSymbol symbol) {
   }
   const auto [found, bNew] = symbols_.emplace(name, std::move(symbol));
   if (bNew) return;
-  const SPlace& first = found->second.place;
-  throw CSourceError(name + " is already defined in " + first.file + ", line " +
-                     std::to_string(first.line) + ".");
+  throw CSourceError(name + " is already defined in " + InWords(found->second.place) + ".");
 }
 
 SSymbol* CSymbols::Find(const std::string& name) {
