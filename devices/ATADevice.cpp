@@ -4,11 +4,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/PackFormat.h"
+
 namespace vx {
 
 namespace {
 
-constexpr u32 kSectorBytes = 512;
 constexpr u32 kDeselectedValue = 0xFFFF;
 constexpr f64 kRevolutionUs = 11111.111111111111;  // 5,400 revolutions a minute
 constexpr f64 kResetStageUs = 2000.0;

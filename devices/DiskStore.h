@@ -5,15 +5,14 @@
 #include <atomic>
 #include <thread>
 
+#include "base/PackFormat.h"
 #include "base/Types.h"
 
 namespace vx {
 
 class CVXMachine;
 
-inline constexpr u32 kSectorBytes = 512;
 inline constexpr u32 kNoWantedChunk = 0xFFFFFFFF;
-inline constexpr u64 kMaxDiskImageBytes = u64{64} << 30;
 
 // One chunk of the disk in the pack file.
 struct SChunkRecord {

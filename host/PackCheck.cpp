@@ -15,40 +15,7 @@ namespace vx {
 
 namespace {
 
-constexpr u64 kMagic = 0xea7dab00b1e5beef;
-constexpr u64 kVersion = 3;
-constexpr u64 kIdentities[] = {0x8e21848dc23b33d2, 0xbe281ce10a9925a0};
-constexpr u32 kEntryCount = kPackRomCount + 1;
-constexpr u32 kMaxRomBytes = 0x80000;
-constexpr u32 kMinChunkCount = 2;
-constexpr u64 kMaxImageBytes = u64{64} << 30;
 constexpr u64 kMaxDeflateRatio = 1032;  // no deflate stream holds more bytes for one of its own
-
-struct SHeader {
-  u64 magic;
-  u64 version;
-  u64 entryCount;
-  u64 identity;
-};
-static_assert(sizeof(SHeader) == 32);
-
-struct SEntry {
-  u64 offset;  // stored data, or the first chunk
-  u64 size;    // stored size, or the offset of the chunk size table
-  u64 hash;
-  u32 inflatedBytes;  // or the chunk size
-  u32 chunkCount;
-  u32 sectorBytes;
-  u32 sectorCount;
-  u32 unused40;
-  u32 cylinders;
-  u32 heads;
-  u32 sectorsPerTrack;
-  u64 unused56;
-};
-static_assert(sizeof(SEntry) == 64);
-
-constexpr u64 kSmallestPack = sizeof(SHeader) + kEntryCount * sizeof(SEntry) + 1;
 
 unsigned long long Wide(u64 value) { return value; }
 
@@ -110,30 +77,30 @@ class CPackFile {
 
 void CheckHeader(const CPackFile& file, SPackInfo& info) {
   if (file.Bytes() == 0) file.Fail(EExitCode::NotAPack, "is empty, not a pack");
-  SHeader header{};
+  SPackHeader header{};
   file.Read(0, &header, std::min<u64>(file.Bytes(), sizeof(header)));
-  const u64 magicBytes = std::min<u64>(file.Bytes(), sizeof(kMagic));
-  if (std::memcmp(&header.magic, &kMagic, magicBytes) != 0) {
+  const u64 magicBytes = std::min<u64>(file.Bytes(), sizeof(kPackMagic));
+  if (std::memcmp(&header.magic, &kPackMagic, magicBytes) != 0) {
     file.Fail(EExitCode::NotAPack, "is not a pack");
   }
   if (file.Bytes() < sizeof(header)) {
     file.Fail(EExitCode::PackDamaged,
               Format("is truncated: %llu bytes do not even hold the header", Wide(file.Bytes())));
   }
-  if (header.version != kVersion) {
+  if (header.version != kPackVersion) {
     file.Fail(EExitCode::NotAPack,
               Format("is a pack of version %llu; this program runs version %llu",
-                     Wide(header.version), Wide(kVersion)));
+                     Wide(header.version), Wide(kPackVersion)));
   }
-  if (header.entryCount != kEntryCount) {
+  if (header.entryCount != kPackEntryCount) {
     file.Fail(EExitCode::NotAPack, Format("is a pack of %llu entries; packs for this board have %u",
-                                          Wide(header.entryCount), kEntryCount));
+                                          Wide(header.entryCount), kPackEntryCount));
   }
-  if (std::ranges::find(kIdentities, header.identity) == std::end(kIdentities)) {
+  if (header.identity != kPackIdentityA && header.identity != kPackIdentityB) {
     file.Fail(EExitCode::NotAPack,
               Format("is a pack for another board (identity 0x%016llx)", Wide(header.identity)));
   }
-  if (file.Bytes() < kSmallestPack) {
+  if (file.Bytes() < kPackSmallestFile) {
     file.Fail(
         EExitCode::PackDamaged,
         Format("is truncated: it ends after %llu bytes, inside its entries", Wide(file.Bytes())));
@@ -142,8 +109,8 @@ void CheckHeader(const CPackFile& file, SPackInfo& info) {
   info.identity = header.identity;
 }
 
-void CheckRom(const CPackFile& file, u32 index, const SEntry& entry) {
-  if (entry.size == 0) file.FailDamaged(Format("ROM entry %u is empty", index));
+void CheckRom(const CPackFile& file, u32 index, const SPackRomEntry& entry) {
+  if (entry.storedBytes == 0) file.FailDamaged(Format("ROM entry %u is empty", index));
   if (entry.chunkCount != 1) {
     file.FailDamaged(
         Format("ROM entry %u is cut into %u chunks instead of 1", index, entry.chunkCount));
@@ -152,37 +119,37 @@ void CheckRom(const CPackFile& file, u32 index, const SEntry& entry) {
     file.FailDamaged(Format("ROM entry %u would unpack to %u bytes, more than %u", index,
                             entry.inflatedBytes, kMaxRomBytes));
   }
-  if (!file.Holds(entry.offset, entry.size)) {
+  if (!file.Holds(entry.dataOffset, entry.storedBytes)) {
     file.Fail(
         EExitCode::PackDamaged,
         Format("is truncated or damaged: ROM entry %u (%llu bytes at %llu) reaches beyond the "
                "file's %llu bytes",
-               index, Wide(entry.size), Wide(entry.offset), Wide(file.Bytes())));
+               index, Wide(entry.storedBytes), Wide(entry.dataOffset), Wide(file.Bytes())));
   }
-  if (entry.inflatedBytes > entry.size * kMaxDeflateRatio) {
+  if (entry.inflatedBytes > entry.storedBytes * kMaxDeflateRatio) {
     file.FailDamaged(Format("ROM entry %u cannot unpack to %u bytes from %llu", index,
-                            entry.inflatedBytes, Wide(entry.size)));
+                            entry.inflatedBytes, Wide(entry.storedBytes)));
   }
 }
 
-void CheckDiskGeometry(const CPackFile& file, const SEntry& disk, SPackInfo& info,
+void CheckDiskGeometry(const CPackFile& file, const SPackDiskEntry& disk, SPackInfo& info,
                        u64 memoryBytes) {
-  if (disk.size == 0) file.FailDamaged("the disk entry has no chunk size table");
+  if (disk.sizeTableOffset == 0) file.FailDamaged("the disk entry has no chunk size table");
   if (disk.chunkCount < kMinChunkCount) {
     file.FailDamaged(Format("the disk has a chunk count of %u, and the least is %u",
                             disk.chunkCount, kMinChunkCount));
   }
   if (disk.sectorBytes == 0) file.FailDamaged("the disk has a sector size of 0");
-  if (disk.inflatedBytes < disk.sectorBytes) {
+  if (disk.chunkBytes < disk.sectorBytes) {
     file.FailDamaged(Format("the disk's chunks of %u bytes are smaller than its sectors of %u",
-                            disk.inflatedBytes, disk.sectorBytes));
+                            disk.chunkBytes, disk.sectorBytes));
   }
-  info.chunkBytes = disk.inflatedBytes;
+  info.chunkBytes = disk.chunkBytes;
   info.chunkCount = disk.chunkCount;
-  info.imageBytes = u64{disk.inflatedBytes} * disk.chunkCount;
-  if (info.imageBytes > kMaxImageBytes) {
+  info.imageBytes = u64{disk.chunkBytes} * disk.chunkCount;
+  if (info.imageBytes > kMaxDiskImageBytes) {
     file.FailDamaged(Format("the disk would take %llu GiB, and the most is %llu",
-                            Wide(info.imageBytes >> 30), Wide(kMaxImageBytes >> 30)));
+                            Wide(info.imageBytes >> 30), Wide(kMaxDiskImageBytes >> 30)));
   }
   const u64 sectorBytes = u64{disk.sectorBytes} * disk.sectorCount;
   if (sectorBytes > info.imageBytes) {
@@ -196,30 +163,30 @@ void CheckDiskGeometry(const CPackFile& file, const SEntry& disk, SPackInfo& inf
   }
 }
 
-void CheckChunkTable(const CPackFile& file, const SEntry& disk, SPackInfo& info) {
-  if (!file.Holds(disk.size, u64{disk.chunkCount} * sizeof(u16))) {
+void CheckChunkTable(const CPackFile& file, const SPackDiskEntry& disk, SPackInfo& info) {
+  if (!file.Holds(disk.sizeTableOffset, u64{disk.chunkCount} * sizeof(u16))) {
     file.Fail(EExitCode::PackDamaged,
               Format("is truncated or damaged: the table of its %u disk chunks (at %llu) reaches "
                      "beyond the file's %llu bytes",
-                     disk.chunkCount, Wide(disk.size), Wide(file.Bytes())));
+                     disk.chunkCount, Wide(disk.sizeTableOffset), Wide(file.Bytes())));
   }
   constexpr u32 kBlock = 32768;
   const auto sizes = std::make_unique<u16[]>(kBlock);
-  u64 offset = disk.offset;
+  u64 offset = disk.firstChunkOffset;
   for (u32 first = 0; first < disk.chunkCount;) {
     const u32 count = std::min(kBlock, disk.chunkCount - first);
-    file.Read(disk.size + u64{first} * sizeof(u16), sizes.get(), count * sizeof(u16));
+    file.Read(disk.sizeTableOffset + u64{first} * sizeof(u16), sizes.get(), count * sizeof(u16));
     for (u32 i = 0; i < count; ++i) {
-      const u64 stored = sizes[i] == 0 ? disk.inflatedBytes : sizes[i];
+      const u64 stored = sizes[i] == 0 ? disk.chunkBytes : sizes[i];
       if (!file.Holds(offset, stored)) {
         file.Fail(EExitCode::PackDamaged,
                   Format("is truncated or damaged: disk chunk %u of %u reaches beyond the file's "
                          "%llu bytes",
                          first + i, disk.chunkCount, Wide(file.Bytes())));
       }
-      if (disk.inflatedBytes > stored * kMaxDeflateRatio) {
+      if (disk.chunkBytes > stored * kMaxDeflateRatio) {
         file.FailDamaged(Format("disk chunk %u cannot unpack to %u bytes from %llu", first + i,
-                                disk.inflatedBytes, Wide(stored)));
+                                disk.chunkBytes, Wide(stored)));
       }
       offset += stored;
       if (sizes[i] != 0) ++info.deflatedChunkCount;
@@ -234,13 +201,13 @@ SPackInfo CheckPack(const std::string& path, u64 memoryBytes) {
   const CPackFile file(path);
   SPackInfo info;
   CheckHeader(file, info);
-  std::array<SEntry, kEntryCount> entries{};
-  file.Read(sizeof(SHeader), entries.data(), sizeof(entries));
+  SPackDirectory directory{};
+  file.Read(0, &directory, sizeof(directory));
   for (u32 i = 0; i < kPackRomCount; ++i) {
-    CheckRom(file, i, entries[i]);
-    info.roms[i] = {entries[i].size, entries[i].inflatedBytes};
+    CheckRom(file, i, directory.roms[i]);
+    info.roms[i] = {directory.roms[i].storedBytes, directory.roms[i].inflatedBytes};
   }
-  const SEntry& disk = entries[kPackRomCount];
+  const SPackDiskEntry& disk = directory.disk;
   CheckDiskGeometry(file, disk, info, memoryBytes);
   CheckChunkTable(file, disk, info);
   return info;

@@ -9,8 +9,6 @@
 
 namespace vx {
 
-inline constexpr u32 kPackRomCount = 9;
-
 struct SPackRom {
   u64 storedBytes;
   u32 inflatedBytes;

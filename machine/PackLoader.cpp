@@ -10,7 +10,6 @@
 #include "blocks/RecordCache.h"
 #include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
-#include "machine/PackFormat.h"
 #include "machine/PackIdentity.h"
 #include "machine/Settings.h"
 #include "machine/VXMachine.h"
@@ -51,29 +50,29 @@ bool ReadHeader(CQuillonFile& file, SPackHeader& header) {
   return header.magic == kPackMagic && header.version == kPackVersion;
 }
 
-bool LoadRom(CVXMachine& m, CQuillonFile& file, const SPackEntry& entry, u32 index,
+bool LoadRom(CVXMachine& m, CQuillonFile& file, const SPackRomEntry& entry, u32 index,
              CScratch& scratch) {
-  const u64 storedBytes = entry.tableOffset;
+  const u64 storedBytes = entry.storedBytes;
   if (storedBytes == 0) return false;
   m.packHash ^= entry.hash;
-  if (entry.chunkCount != 1 || entry.chunkBytes > kRomBytes) return false;
+  if (entry.chunkCount != 1 || entry.inflatedBytes > kMaxRomBytes) return false;
   if (storedBytes > file.Size() || storedBytes > UINT32_MAX) return false;
   u8* const stored = scratch.Ensure(storedBytes);
   std::fill_n(stored, storedBytes, u8{0});
   file.Seek(entry.dataOffset);
   file.Read(stored, storedBytes);
   if (index != 0) m.soundRomHash ^= entry.hash;
-  HostInflate(m.flatMem + u64{index + 17} * kRomBytes, stored, entry.chunkBytes,
+  HostInflate(m.flatMem + u64{index + 17} * kRomBytes, stored, entry.inflatedBytes,
               static_cast<u32>(storedBytes));
   return true;
 }
 
-void FillChunkTable(CVXMachine& m, CQuillonFile& file, const SPackEntry& entry) {
+void FillChunkTable(CVXMachine& m, CQuillonFile& file, const SPackDiskEntry& entry) {
   std::vector<u16> sizes(entry.chunkCount, 0);
-  file.Seek(entry.tableOffset);
+  file.Seek(entry.sizeTableOffset);
   file.Read(sizes.data(), sizes.size() * sizeof(u16));
   m.chunkTable = std::make_unique<SChunkRecord[]>(entry.chunkCount);
-  u64 offset = entry.dataOffset;
+  u64 offset = entry.firstChunkOffset;
   for (u32 i = 0; i < entry.chunkCount; ++i) {
     m.chunkTable[i].fileOffset = offset;
     m.chunkTable[i].packedSize = sizes[i];
@@ -81,12 +80,14 @@ void FillChunkTable(CVXMachine& m, CQuillonFile& file, const SPackEntry& entry) 
   }
 }
 
-bool LoadDisk(CVXMachine& m, const std::shared_ptr<CQuillonFile>& file, const SPackEntry& entry) {
-  if (entry.tableOffset == 0) return false;
+bool LoadDisk(CVXMachine& m, const std::shared_ptr<CQuillonFile>& file,
+              const SPackDiskEntry& entry) {
+  if (entry.sizeTableOffset == 0) return false;
   m.packHash ^= entry.hash;
   const u64 imageBytes = u64{entry.chunkCount} * entry.chunkBytes;
-  if (entry.chunkCount < 2 || entry.sectorBytes == 0 || entry.chunkBytes < entry.sectorBytes ||
-      imageBytes > kMaxDiskImageBytes || u64{entry.chunkCount} * sizeof(u16) > file->Size()) {
+  if (entry.chunkCount < kMinChunkCount || entry.sectorBytes == 0 ||
+      entry.chunkBytes < entry.sectorBytes || imageBytes > kMaxDiskImageBytes ||
+      u64{entry.chunkCount} * sizeof(u16) > file->Size()) {
     return false;
   }
   m.chunkBytes = entry.chunkBytes;
@@ -141,19 +142,20 @@ bool CVXMachine::LoadPackFile(const wchar_t* path) {
   const auto file = std::make_shared<CQuillonFile>();
   if (!file->Open(path, EFileMode::Read)) return false;
 
-  SPackHeader header;
+  SPackDirectory directory{};
+  SPackHeader& header = directory.header;
   if (!ReadHeader(*file, header) || header.entryCount != kPackEntryCount) return false;
   if (header.identity != kPackIdentityA && header.identity != kPackIdentityB) return false;
   if (file->Size() < kPackSmallestFile) return false;
   bIoLayoutB = header.identity == kPackIdentityB;
 
-  SPackEntry entries[kPackEntryCount] = {};
-  file->Read(entries, sizeof(entries));
+  file->Read(directory.roms, sizeof(directory.roms));
+  file->Read(&directory.disk, sizeof(directory.disk));
   CScratch scratch;
-  for (u32 i = 0; i < kPackRomEntries; ++i) {
-    if (!LoadRom(*this, *file, entries[i], i, scratch)) return false;
+  for (u32 i = 0; i < kPackRomCount; ++i) {
+    if (!LoadRom(*this, *file, directory.roms[i], i, scratch)) return false;
   }
-  return LoadDisk(*this, file, entries[kPackDiskEntry]);
+  return LoadDisk(*this, file, directory.disk);
 }
 
 bool CVXMachine::LoadPack(const wchar_t* path) noexcept {
@@ -174,11 +176,11 @@ u32 IdentifyPack(u64* hash, u64* size, const wchar_t* path) {
   if (!file.Open(path, EFileMode::Read) || !ReadHeader(file, header)) return 0;
   const u64 count = header.entryCount;
   if (count < 1 || count > kPackMaxEntries) return 0;
-  if (count * sizeof(SPackEntry) + sizeof(SPackHeader) >= file.Size()) return 0;
+  if (count * sizeof(SPackRomEntry) + sizeof(SPackHeader) >= file.Size()) return 0;
 
   u64 combined = 0;
   for (u64 i = 0; i < count; ++i) {
-    SPackEntry entry = {};
+    SPackRomEntry entry = {};  // any entry's hash lies where a ROM's does
     file.Read(&entry, sizeof(entry));
     combined ^= entry.hash;
   }

@@ -6,6 +6,7 @@
 // boundary.
 #pragma once
 
+#include "base/PackFormat.h"
 #include "base/StateStream.h"
 #include "base/Types.h"
 

@@ -53,7 +53,7 @@ TEST_F(DiskStoreTest, ARawChunkMovesTheNextOneByTheChunkSize) {
   content.bEvenChunksRaw = true;
   Load();
   const CTestPack pack(content);
-  const u64 first = pack.entries[9].dataOffset;
+  const u64 first = pack.directory.disk.firstChunkOffset;
   ASSERT_NE(m->chunkTable, nullptr);
   EXPECT_EQ(m->chunkTable[0].fileOffset, first);
   EXPECT_EQ(m->chunkTable[1].fileOffset, first + 4096);
@@ -147,7 +147,7 @@ TEST_F(DiskStoreTest, AWriteIsNotUndoneByTheReader) {
 
 TEST_F(DiskStoreTest, DamagedChunksReadAsSomethingAndHoldNobodyUp) {
   CTestPack pack(content);
-  std::fill(pack.data.begin() + static_cast<std::ptrdiff_t>(pack.Disk().dataOffset - 672),
+  std::fill(pack.data.begin() + static_cast<std::ptrdiff_t>(pack.Disk().firstChunkOffset - 672),
             pack.data.end(), u8{0xFF});
   Load(pack);
   for (u32 sector = 0; sector < 32; ++sector) EXPECT_EQ(Sector(sector).size(), 512u);
@@ -155,7 +155,7 @@ TEST_F(DiskStoreTest, DamagedChunksReadAsSomethingAndHoldNobodyUp) {
 
 TEST_F(DiskStoreTest, AChunkTableBeyondTheFileReadsAsRawChunks) {
   CTestPack pack(content);
-  pack.Disk().tableOffset = u64{1} << 62;
+  pack.Disk().sizeTableOffset = u64{1} << 62;
   Load(pack);
   EXPECT_EQ(Sector(31).size(), 512u);
 }

@@ -18,7 +18,7 @@ CTestPack LargePack() {
   content.disk.resize(2 * kChunkBytes);
   content.disk[kChunkBytes + 512] = 0x42;
   CTestPack pack(content);
-  SPackEntry& disk = pack.Disk();
+  SPackDiskEntry& disk = pack.Disk();
   const u32 emptyBytes = pack.chunkSizes[0];
   const u32 markedBytes = pack.chunkSizes[1];
   const auto marked = pack.data.end() - markedBytes;
@@ -33,8 +33,8 @@ CTestPack LargePack() {
   }
   disk.chunkCount = kChunks;
   disk.sectorCount = kChunks * (kChunkBytes / 512);
-  disk.tableOffset = disk.dataOffset;
-  for (const u16 size : pack.chunkSizes) disk.tableOffset += size;
+  disk.sizeTableOffset = disk.firstChunkOffset;
+  for (const u16 size : pack.chunkSizes) disk.sizeTableOffset += size;
   return pack;
 }
 

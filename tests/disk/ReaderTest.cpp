@@ -239,7 +239,7 @@ TEST_F(DiskReaderTest, TheImageEndsWithItsLastChunkAndTheDiskWithItsLastSector) 
 TEST_F(DiskReaderTest, ChunksThatTheFileDoesNotHoldStayEmpty) {
   for (const u64 place : {u64{1} << 40, (u64{1} << 63) + 1}) {
     CTestPack pack(DiskContent(4));
-    pack.Disk().dataOffset = place;
+    pack.Disk().firstChunkOffset = place;
     pack.chunkSizes[1] = 0;
     Gate(true);
     ASSERT_TRUE(Load(pack));

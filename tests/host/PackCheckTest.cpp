@@ -54,8 +54,9 @@ TEST(PackCheck, AValidPackPassesAndIsDescribed) {
 }
 
 TEST(PackCheck, TheOtherBoardLayoutPasses) {
-  EXPECT_EQ(CheckSpoiled([](auto& pack) { pack.header.identity = 0xbe281ce10a9925a0; }).code,
-            EExitCode::Ok);
+  EXPECT_EQ(
+      CheckSpoiled([](auto& pack) { pack.directory.header.identity = 0xbe281ce10a9925a0; }).code,
+      EExitCode::Ok);
 }
 
 TEST(PackCheck, AMissingFileIsToldAsMissing) {
@@ -85,91 +86,92 @@ TEST(PackCheck, AFileOfOtherContentIsNoPack) {
 }
 
 TEST(PackCheck, AnotherVersionIsNamed) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.header.version = 4; }), EExitCode::NotAPack,
-                "version 4");
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.header.version = 4; }),
+                EExitCode::NotAPack, "version 4");
 }
 
 TEST(PackCheck, AnotherIdentityIsNamed) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.header.identity = 0x1234; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.header.identity = 0x1234; }),
                 EExitCode::NotAPack, "0x0000000000001234");
 }
 
 TEST(PackCheck, NineOrElevenEntriesAreRefused) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.header.entryCount = 9; }), EExitCode::NotAPack,
-                "9 entries");
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.header.entryCount = 11; }), EExitCode::NotAPack,
-                "11 entries");
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.header.entryCount = 9; }),
+                EExitCode::NotAPack, "9 entries");
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.header.entryCount = 11; }),
+                EExitCode::NotAPack, "11 entries");
 }
 
 TEST(PackCheck, AnEmptyRomEntryIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[4].size = 0; }), EExitCode::PackDamaged,
-                "ROM entry 4 is empty");
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.roms[4].storedBytes = 0; }),
+                EExitCode::PackDamaged, "ROM entry 4 is empty");
 }
 
 TEST(PackCheck, ARomEntryInTwoChunksIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[0].chunkCount = 2; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.roms[0].chunkCount = 2; }),
                 EExitCode::PackDamaged, "ROM entry 0 is cut into 2 chunks");
 }
 
 TEST(PackCheck, ARomEntryLargerThanItsPlaceIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[8].inflatedBytes = 0x80001; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.roms[8].inflatedBytes = 0x80001; }),
                 EExitCode::PackDamaged, "ROM entry 8 would unpack to 524289 bytes");
 }
 
 TEST(PackCheck, ARomEntryBeyondTheFileIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[2].offset = 1 << 20; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.roms[2].dataOffset = 1 << 20; }),
                 EExitCode::PackDamaged, "ROM entry 2");
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[2].offset = ~u64{0} - 3; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.roms[2].dataOffset = ~u64{0} - 3; }),
                 EExitCode::PackDamaged, "ROM entry 2");
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[2].size = ~u64{0}; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.roms[2].storedBytes = ~u64{0}; }),
                 EExitCode::PackDamaged, "ROM entry 2");
 }
 
 TEST(PackCheck, ARomEntryTooSmallForItsContentIsDamage) {
   ExpectVerdict(CheckSpoiled([](auto& pack) {
-                  pack.entries[1].size = 7;
-                  pack.entries[1].inflatedBytes = 0x80000;
+                  pack.directory.roms[1].storedBytes = 7;
+                  pack.directory.roms[1].inflatedBytes = 0x80000;
                 }),
                 EExitCode::PackDamaged, "ROM entry 1 cannot unpack");
 }
 
 TEST(PackCheck, ADiskOfOneChunkIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].chunkCount = 1; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.disk.chunkCount = 1; }),
                 EExitCode::PackDamaged, "chunk count of 1");
 }
 
 TEST(PackCheck, ADiskWithoutChunkTableIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].size = 0; }), EExitCode::PackDamaged,
-                "no chunk size table");
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.disk.sizeTableOffset = 0; }),
+                EExitCode::PackDamaged, "no chunk size table");
 }
 
 TEST(PackCheck, ASectorSizeOfZeroIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].sectorBytes = 0; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.disk.sectorBytes = 0; }),
                 EExitCode::PackDamaged, "sector size of 0");
 }
 
 TEST(PackCheck, ChunksSmallerThanSectorsAreDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].inflatedBytes = 256; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.disk.chunkBytes = 256; }),
                 EExitCode::PackDamaged, "smaller than its sectors");
 }
 
 TEST(PackCheck, MoreSectorsThanStoredAreDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].sectorCount += 1; }),
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.disk.sectorCount += 1; }),
                 EExitCode::PackDamaged, "claims");
 }
 
 TEST(PackCheck, ADiskBeyondTheLargestIsDamage) {
   ExpectVerdict(CheckSpoiled([](auto& pack) {
-                  pack.entries[9].inflatedBytes = 0xFFFFFFFF;
-                  pack.entries[9].chunkCount = 0xFFFFFFFF;
+                  pack.directory.disk.chunkBytes = 0xFFFFFFFF;
+                  pack.directory.disk.chunkCount = 0xFFFFFFFF;
                 }),
                 EExitCode::PackDamaged, "GiB");
 }
 
 TEST(PackCheck, AChunkTableBeyondTheFileIsDamage) {
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].size = u64{1} << 40; }),
-                EExitCode::PackDamaged, "table of its 4 disk chunks");
-  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.entries[9].chunkCount = 1'000'000; }),
+  ExpectVerdict(
+      CheckSpoiled([](auto& pack) { pack.directory.disk.sizeTableOffset = u64{1} << 40; }),
+      EExitCode::PackDamaged, "table of its 4 disk chunks");
+  ExpectVerdict(CheckSpoiled([](auto& pack) { pack.directory.disk.chunkCount = 1'000'000; }),
                 EExitCode::PackDamaged, "table of its 1000000 disk chunks");
 }
 

@@ -65,13 +65,13 @@ TEST(ProgramBadFiles, AFileThatIsNoPackEndsWith3) {
 
 TEST(ProgramBadFiles, AnotherVersionEndsWith3) {
   STestPack pack;
-  pack.header.version = 2;
+  pack.directory.header.version = 2;
   ExpectRefusal(pack.WriteAs("old.qilhard"), 3, "is a pack of version 2");
 }
 
 TEST(ProgramBadFiles, AnotherBoardEndsWith3) {
   STestPack pack;
-  pack.header.identity = 1;
+  pack.directory.header.identity = 1;
   ExpectRefusal(pack.WriteAs("other.qilhard"), 3, "is a pack for another board");
 }
 
@@ -86,13 +86,13 @@ TEST(ProgramBadFiles, ATruncatedPackEndsWith4) {
 
 TEST(ProgramBadFiles, ADamagedEntryEndsWith4) {
   STestPack pack;
-  pack.entries[7].inflatedBytes = 0x80001;
+  pack.directory.roms[7].inflatedBytes = 0x80001;
   ExpectRefusal(pack.WriteAs("spoiled.qilhard"), 4, "is damaged: ROM entry 7");
 }
 
 TEST(ProgramBadFiles, ADamagedRomEndsWith4) {
   STestPack pack;
-  pack.data[pack.entries[0].size / 2] ^= 0xFF;
+  pack.data[pack.directory.roms[0].storedBytes / 2] ^= 0xFF;
   ExpectRefusal(pack.WriteAs("spoiled.qilhard"), 4, "is damaged: ROM entry 0 of ");
 }
 

@@ -90,7 +90,7 @@ TEST_F(CProgramMovie, ADesyncLeavesTheOutputsComplete) {
 TEST_F(CProgramMovie, AMovieForAnotherPackIsRefused) {
   RunWell({"--frames", "5", "--record-input", recorded});
   test::STestPack other;
-  other.entries[0].hash = 0x1000;
+  other.directory.roms[0].hash = 0x1000;
   const std::string otherPath = other.WriteAs("other.qilhard");
   const SProgramResult result = RunProgram({otherPath, "--headless", "--input", recorded});
   ExpectSentence(result, 10,

@@ -143,12 +143,12 @@ TEST_F(CSessionOfFake, AResetIsFollowedByTheSettings) {
 
 TEST_F(CSessionOfFake, TheDisksProgressCountsPackedChunksAndNoRomOfTheirSize) {
   test::STestPack pack;
-  const std::vector<u8> stored = test::Deflate(std::vector<u8>(pack.entries[9].inflatedBytes));
-  pack.entries[4].offset = 32 + 640 + pack.data.size();
-  pack.entries[4].size = stored.size();
-  pack.entries[4].inflatedBytes = pack.entries[9].inflatedBytes;
+  const std::vector<u8> stored = test::Deflate(std::vector<u8>(pack.directory.disk.chunkBytes));
+  pack.directory.roms[4].dataOffset = 32 + 640 + pack.data.size();
+  pack.directory.roms[4].storedBytes = stored.size();
+  pack.directory.roms[4].inflatedBytes = pack.directory.disk.chunkBytes;
   pack.data.insert(pack.data.end(), stored.begin(), stored.end());
-  pack.entries[9].size += stored.size();
+  pack.directory.disk.sizeTableOffset += stored.size();
   CSession session(component, {});
   Start(session, pack.WriteAs("good.qilhard"));
   std::vector<u32> done;
@@ -164,7 +164,8 @@ TEST_F(CSessionOfFake, TheDisksProgressCountsPackedChunksAndNoRomOfTheirSize) {
 
 TEST_F(CSessionOfFake, ADamagedRomIsNamed) {
   test::STestPack pack;
-  pack.data[pack.entries[5].offset - 672 + pack.entries[5].size / 2] ^= 0xFF;
+  pack.data[pack.directory.roms[5].dataOffset - 672 + pack.directory.roms[5].storedBytes / 2] ^=
+      0xFF;
   const std::string path = pack.WriteAs("spoiled.qilhard");
   CSession session(component, {});
   const std::string sentence = DamageOf(session, path);

@@ -18,7 +18,7 @@ constexpr u32 kRomBytes = 0x2000;
 constexpr u32 kChunkBytes = 0x1000;
 constexpr u32 kChunkCount = 4;
 constexpr u32 kRawChunk = 2;
-constexpr u64 kDataStart = 32 + 640;
+constexpr u64 kDataStart = sizeof(SPackDirectory);
 
 // The folders that tests of this process were given, removed when it ends.
 class CTestFolders {
@@ -57,20 +57,21 @@ std::vector<u8> Deflate(const std::vector<u8>& plain) {
 }
 
 STestPack::STestPack() {
-  for (u32 i = 0; i < 9; ++i) {
+  directory.header = {kPackMagic, kPackVersion, kPackEntryCount, kPackIdentityA};
+  for (u32 i = 0; i < kPackRomCount; ++i) {
     // Sizes differ, so that a damaged entry can be told by them.
     const std::vector<u8> stored = Deflate(Pattern(kRomBytes + i, i));
-    entries[i].offset = kDataStart + data.size();
-    entries[i].size = stored.size();
-    entries[i].hash = i + 1;
-    entries[i].inflatedBytes = kRomBytes + i;
-    entries[i].chunkCount = 1;
+    directory.roms[i].dataOffset = kDataStart + data.size();
+    directory.roms[i].storedBytes = stored.size();
+    directory.roms[i].hash = i + 1;
+    directory.roms[i].inflatedBytes = kRomBytes + i;
+    directory.roms[i].chunkCount = 1;
     Append(data, stored.data(), stored.size());
   }
-  SPackEntry& disk = entries[9];
-  disk.offset = kDataStart + data.size();
+  SPackDiskEntry& disk = directory.disk;
+  disk.firstChunkOffset = kDataStart + data.size();
   disk.hash = 10;
-  disk.inflatedBytes = kChunkBytes;
+  disk.chunkBytes = kChunkBytes;
   disk.chunkCount = kChunkCount;
   disk.sectorBytes = 512;
   disk.sectorCount = kChunkBytes * kChunkCount / 512;
@@ -83,13 +84,12 @@ STestPack::STestPack() {
     chunkSizes.push_back(i == kRawChunk ? u16{0} : static_cast<u16>(stored.size()));
     Append(data, stored.data(), stored.size());
   }
-  disk.size = kDataStart + data.size();
+  disk.sizeTableOffset = kDataStart + data.size();
 }
 
 std::vector<u8> STestPack::Bytes() const {
   std::vector<u8> out;
-  Append(out, &header, sizeof(header));
-  Append(out, entries, sizeof(entries));
+  Append(out, &directory, sizeof(directory));
   Append(out, data.data(), data.size());
   Append(out, chunkSizes.data(), chunkSizes.size() * sizeof(u16));
   return out;

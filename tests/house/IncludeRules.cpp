@@ -16,7 +16,7 @@ const std::vector<std::string> kComponent = {"base/",   "plugin/", "machine/", "
 const SIncludeRule kRules[] = {
     // files                 may include
     {"base/",                {"base/"}},
-    {"plugin/Quillon.h",     {"base/Types.h", "base/StateStream.h"}},
+    {"plugin/Quillon.h",     {"base/Types.h", "base/StateStream.h", "base/PackFormat.h"}},
     {"plugin/HeldImages.h",  {"base/Types.h"}},
     {"plugin/",              kComponent},
     {"machine/",             {"base/", "plugin/Quillon.h", "machine/", "mips3/", "blocks/", "sound/",

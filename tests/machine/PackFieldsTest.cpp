@@ -18,14 +18,15 @@ TEST_F(PackFieldsTest, HashesCombineTheEntriesHashes) {
   CTestPack pack;
   u64 all = 0, sound = 0;
   for (u32 i = 0; i < 10; ++i) {
-    pack.entries[i].hash = 0x0101010101010101 * (i + 1);
-    all ^= pack.entries[i].hash;
-    if (i >= 1 && i <= 8) sound ^= pack.entries[i].hash;
+    u64& hash = i == kPackDiskEntry ? pack.directory.disk.hash : pack.directory.roms[i].hash;
+    hash = 0x0101010101010101 * (i + 1);
+    all ^= hash;
+    if (i >= 1 && i <= 8) sound ^= hash;
   }
   ASSERT_TRUE(Load(pack));
   EXPECT_EQ(m->packHash, all);
   EXPECT_EQ(m->soundRomHash, sound);
-  EXPECT_EQ(m->diskId, pack.entries[9].hash);
+  EXPECT_EQ(m->diskId, pack.directory.disk.hash);
 }
 
 TEST_F(PackFieldsTest, TheDiskEntryFillsTheDiskFields) {
@@ -82,11 +83,11 @@ TEST_F(PackFieldsTest, TheGeometryIs100By10By10BeforeAnyPack) {
 
 TEST_F(PackFieldsTest, AFailedLoadKeepsTheHashesAsFarAsItCame) {
   CTestPack pack;
-  pack.entries[4].chunkCount = 2;
+  pack.directory.roms[4].chunkCount = 2;
   ASSERT_FALSE(Load(pack));
   u64 all = 0, sound = 0;
-  for (u32 i = 0; i <= 4; ++i) all ^= pack.entries[i].hash;
-  for (u32 i = 1; i <= 3; ++i) sound ^= pack.entries[i].hash;
+  for (u32 i = 0; i <= 4; ++i) all ^= pack.directory.roms[i].hash;
+  for (u32 i = 1; i <= 3; ++i) sound ^= pack.directory.roms[i].hash;
   EXPECT_EQ(m->packHash, all);
   EXPECT_EQ(m->soundRomHash, sound);
   ASSERT_FALSE(m->LoadPack(nullptr));
@@ -116,7 +117,7 @@ TEST_F(PackFieldsTest, ASecondPackOfTheSameSizeHasACleanBitmapAndItsOwnDescripti
 
 TEST_F(PackFieldsTest, TheIdentitySelectsTheRegisterLayout) {
   CTestPack pack;
-  pack.header.identity = kPackIdentityB;
+  pack.directory.header.identity = kPackIdentityB;
   ASSERT_TRUE(Load(pack));
   EXPECT_EQ(m->bIoLayoutB, 1);
   ASSERT_TRUE(Load(CTestPack()));

@@ -32,41 +32,45 @@ TEST_F(BadPackTest, AnUnchangedTestPackLoads) {
 }
 
 TEST_F(BadPackTest, TheHeaderIsChecked) {
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.magic = 0; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.magic ^= u64{1} << 63; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.version = 2; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.version = 4; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.version = 0x100000003; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.entryCount = 9; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.entryCount = 11; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.entryCount = 0x10000000A; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.identity = 0; }));
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.header.identity ^= 1; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.magic = 0; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.magic ^= u64{1} << 63; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.version = 2; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.version = 4; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.version = 0x100000003; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.entryCount = 9; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.entryCount = 11; }));
+  EXPECT_FALSE(
+      LoadsChanged([](CTestPack& pack) { pack.directory.header.entryCount = 0x10000000A; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.identity = 0; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.directory.header.identity ^= 1; }));
 }
 
 TEST_F(BadPackTest, EachRomEntryNeedsStoredDataOneChunkAndASizeThatFits) {
-  for (u32 i = 0; i < kPackRomEntries; ++i) {
+  for (u32 i = 0; i < kPackRomCount; ++i) {
     SCOPED_TRACE(i);
-    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.entries[i].tableOffset = 0; }));
-    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.entries[i].chunkCount = 0; }));
-    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.entries[i].chunkCount = 2; }));
-    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.entries[i].chunkBytes = 0x80001; }));
-    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.entries[i].chunkBytes = 0xFFFFFFFF; }));
+    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.directory.roms[i].storedBytes = 0; }));
+    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.directory.roms[i].chunkCount = 0; }));
+    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.directory.roms[i].chunkCount = 2; }));
+    EXPECT_FALSE(
+        LoadsChanged([i](CTestPack& pack) { pack.directory.roms[i].inflatedBytes = 0x80001; }));
+    EXPECT_FALSE(
+        LoadsChanged([i](CTestPack& pack) { pack.directory.roms[i].inflatedBytes = 0xFFFFFFFF; }));
   }
 }
 
 TEST_F(BadPackTest, AStoredSizeBeyondTheFileIsRefused) {
   for (const u64 size : {u64{0x100000}, u64{0xFFFFFFFF}, u64{0x100000004}, ~u64{0}}) {
-    EXPECT_FALSE(LoadsChanged([size](CTestPack& pack) { pack.entries[4].tableOffset = size; }));
+    EXPECT_FALSE(
+        LoadsChanged([size](CTestPack& pack) { pack.directory.roms[4].storedBytes = size; }));
   }
 }
 
 TEST_F(BadPackTest, AnEmptyRomEntryOfSizeZeroPasses) {
-  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.entries[5].chunkBytes = 0; }));
+  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.directory.roms[5].inflatedBytes = 0; }));
 }
 
 TEST_F(BadPackTest, TheDiskEntryNeedsATableTwoChunksAndSectorsThatFit) {
-  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.Disk().tableOffset = 0; }));
+  EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.Disk().sizeTableOffset = 0; }));
   EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.Disk().chunkCount = 0; }));
   EXPECT_FALSE(LoadsChanged([](CTestPack& pack) { pack.Disk().chunkCount = 1; }));
   EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().chunkCount = 2; }));
@@ -106,10 +110,10 @@ TEST_F(BadPackTest, TheLargestSectorCountAndSizeGetAnAnswer) {
 }
 
 TEST_F(BadPackTest, OffsetsBeyondTheFileLeaveDataOutAndLoad) {
-  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.entries[1].dataOffset = ~u64{0}; }));
-  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().dataOffset = ~u64{0} - 5; }));
-  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().tableOffset = ~u64{0}; }));
-  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().tableOffset = u64{1} << 63; }));
+  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.directory.roms[1].dataOffset = ~u64{0}; }));
+  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().firstChunkOffset = ~u64{0} - 5; }));
+  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().sizeTableOffset = ~u64{0}; }));
+  EXPECT_TRUE(LoadsChanged([](CTestPack& pack) { pack.Disk().sizeTableOffset = u64{1} << 63; }));
 }
 
 TEST_F(BadPackTest, DataThatIsNoStreamLoadsWithAnUnfilledImage) {
@@ -121,20 +125,19 @@ TEST_F(BadPackTest, DataThatIsNoStreamLoadsWithAnUnfilledImage) {
 
 TEST_F(BadPackTest, HashFieldsIdentifyAndProtectNothing) {
   EXPECT_TRUE(LoadsChanged([](CTestPack& pack) {
-    for (SPackEntry& entry : pack.entries) entry.hash = ~entry.hash;
+    for (SPackRomEntry& rom : pack.directory.roms) rom.hash = ~rom.hash;
+    pack.Disk().hash = ~pack.Disk().hash;
   }));
 }
 
 TEST_F(BadPackTest, FieldsThatAreNotReadMayHoldAnything) {
   EXPECT_TRUE(LoadsChanged([](CTestPack& pack) {
-    for (u32 i = 0; i < kPackRomEntries; ++i) {
-      SPackEntry& entry = pack.entries[i];
-      entry.sectorBytes = entry.sectorCount = entry.reserved40 = 0xFFFFFFFF;
-      entry.cylinders = entry.heads = entry.sectorsPerTrack = 0xFFFFFFFF;
-      entry.reserved56 = ~u64{0};
+    for (u32 i = 0; i < kPackRomCount; ++i) {
+      SPackRomEntry& rom = pack.directory.roms[i];
+      std::fill(std::begin(rom.notRead), std::end(rom.notRead), u8{0xFF});
     }
-    pack.Disk().reserved40 = 0xFFFFFFFF;
-    pack.Disk().reserved56 = ~u64{0};
+    pack.Disk().notRead40 = 0xFFFFFFFF;
+    pack.Disk().notRead56 = ~u64{0};
   }));
 }
 
@@ -178,17 +181,17 @@ std::vector<std::size_t> FieldBoundaries(const CTestPack& pack, std::size_t file
       places.push_back(32 + entry * 64 + field);
     }
   }
-  for (u32 i = 0; i < kPackRomEntries; ++i) {
-    places.push_back(pack.entries[i].dataOffset);
-    places.push_back(pack.entries[i].dataOffset + pack.entries[i].tableOffset / 2);
+  for (u32 i = 0; i < kPackRomCount; ++i) {
+    places.push_back(pack.directory.roms[i].dataOffset);
+    places.push_back(pack.directory.roms[i].dataOffset + pack.directory.roms[i].storedBytes / 2);
   }
-  std::size_t chunk = pack.entries[kPackDiskEntry].dataOffset;
+  std::size_t chunk = pack.directory.disk.firstChunkOffset;
   for (const u16 size : pack.chunkSizes) {
     places.push_back(chunk);
     places.push_back(chunk + size / 2);
-    chunk += size != 0 ? size : pack.entries[kPackDiskEntry].chunkBytes;
+    chunk += size != 0 ? size : pack.directory.disk.chunkBytes;
   }
-  for (std::size_t at = pack.entries[kPackDiskEntry].tableOffset; at < fileBytes; ++at) {
+  for (std::size_t at = pack.directory.disk.sizeTableOffset; at < fileBytes; ++at) {
     places.push_back(at);
   }
   return places;
@@ -209,8 +212,8 @@ TEST_F(BadPackTest, APackThatEndsAtAnyFieldGetsAnAnswer) {
 }
 
 TEST_F(BadPackTest, AGoodPackLoadsAfterEveryBadOne) {
-  for (u32 i = 0; i < kPackRomEntries; ++i) {
-    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.entries[i].chunkCount = 7; }));
+  for (u32 i = 0; i < kPackRomCount; ++i) {
+    EXPECT_FALSE(LoadsChanged([i](CTestPack& pack) { pack.directory.roms[i].chunkCount = 7; }));
     EXPECT_TRUE(LoadsChanged([](CTestPack&) {}));
   }
 }

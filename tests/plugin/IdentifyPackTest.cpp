@@ -26,7 +26,7 @@ struct IdentifyPackTest : testing::Test {
   // A file of a header, that many entries and `more` bytes; each entry's hash is its number.
   static std::vector<u8> Entries(u64 headerCount, u32 entries, u32 more) {
     CTestPack pack;
-    pack.header.entryCount = headerCount;
+    pack.directory.header.entryCount = headerCount;
     std::vector<u8> bytes = pack.Bytes();
     bytes.resize(32);
     for (u32 i = 0; i < entries; ++i) {
@@ -41,8 +41,8 @@ struct IdentifyPackTest : testing::Test {
 
 TEST_F(IdentifyPackTest, TellsTheHashOfAllEntriesAndTheLength) {
   const CTestPack pack;
-  u64 expected = 0;
-  for (const SPackEntry& entry : pack.entries) expected ^= entry.hash;
+  u64 expected = pack.directory.disk.hash;
+  for (const SPackRomEntry& rom : pack.directory.roms) expected ^= rom.hash;
   const std::vector<u8> bytes = pack.Bytes();
   EXPECT_EQ(Identify(bytes), 1u);
   EXPECT_EQ(hash, expected);
@@ -59,7 +59,7 @@ TEST_F(IdentifyPackTest, AcceptsEntryCountsThatLoadingRefuses) {
 
 TEST_F(IdentifyPackTest, AcceptsAThirdIdentity) {
   CTestPack pack;
-  pack.header.identity = 0x1122334455667788;
+  pack.directory.header.identity = 0x1122334455667788;
   EXPECT_EQ(Identify(pack.Bytes()), 1u);
 }
 
@@ -80,14 +80,14 @@ TEST_F(IdentifyPackTest, TheFileMustBeLongerThanItsEntries) {
 
 TEST_F(IdentifyPackTest, MagicAndVersionMustMatch) {
   CTestPack pack;
-  pack.header.magic ^= 1;
+  pack.directory.header.magic ^= 1;
   ExpectUnknown(pack.Bytes());
   pack = CTestPack();
-  pack.header.version = 2;
+  pack.directory.header.version = 2;
   ExpectUnknown(pack.Bytes());
-  pack.header.version = 4;
+  pack.directory.header.version = 4;
   ExpectUnknown(pack.Bytes());
-  pack.header.version = 0x100000003;
+  pack.directory.header.version = 0x100000003;
   ExpectUnknown(pack.Bytes());
 }
 

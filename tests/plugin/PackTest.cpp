@@ -51,10 +51,10 @@ TEST_F(PackTest, AShorterRomLeavesTheRestOfItsPlaceAsItWas) {
 
 TEST_F(PackTest, ARomOfTheLargestSizePassesAndOneByteMoreDoesNot) {
   CTestPack pack;
-  pack.entries[3].chunkBytes = 0x80000;
+  pack.directory.roms[3].inflatedBytes = 0x80000;
   const CPackFile largest{pack};
   EXPECT_TRUE(machine->LoadPack(largest.Path()));
-  pack.entries[3].chunkBytes = 0x80001;
+  pack.directory.roms[3].inflatedBytes = 0x80001;
   const CPackFile larger{pack};
   EXPECT_FALSE(machine->LoadPack(larger.Path()));
 }

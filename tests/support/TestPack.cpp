@@ -13,8 +13,7 @@ namespace vx::test {
 
 namespace {
 
-constexpr u32 kSectorBytes = 512;
-constexpr u64 kDataStart = sizeof(SPackHeader) + kPackEntryCount * sizeof(SPackEntry);
+constexpr u64 kDataStart = sizeof(SPackDirectory);
 
 void Append(std::vector<u8>& out, const void* data, std::size_t bytes) {
   const u8* const first = static_cast<const u8*>(data);
@@ -24,22 +23,23 @@ void Append(std::vector<u8>& out, const void* data, std::size_t bytes) {
 }  // namespace
 
 CTestPack::CTestPack(const SPackContent& content)
-    : header{kPackMagic, kPackVersion, kPackEntryCount, content.identity}, entries{} {
-  for (u32 i = 0; i < kPackRomEntries; ++i) {
+    : directory{{kPackMagic, kPackVersion, kPackEntryCount, content.identity}, {}, {}} {
+  for (u32 i = 0; i < kPackRomCount; ++i) {
     std::vector<u8> rom = i == 0 ? content.bootRom : content.soundRoms[i - 1];
     if (rom.empty()) rom.assign(4, static_cast<u8>(i));
     const std::vector<u8> stored = DeflateBytes(rom);
-    entries[i].dataOffset = Store(stored);
-    entries[i].tableOffset = stored.size();
-    entries[i].hash = kTestRomHash + i;
-    entries[i].chunkBytes = static_cast<u32>(rom.size());
-    entries[i].chunkCount = 1;
+    SPackRomEntry& entry = directory.roms[i];
+    entry.dataOffset = Store(stored);
+    entry.storedBytes = stored.size();
+    entry.hash = kTestRomHash + i;
+    entry.inflatedBytes = static_cast<u32>(rom.size());
+    entry.chunkCount = 1;
   }
 
   std::vector<u8> image = content.disk;
   image.resize(std::size_t{content.chunkCount} * content.chunkBytes);
-  SPackEntry& disk = Disk();
-  disk.dataOffset = kDataStart + data.size();
+  SPackDiskEntry& disk = Disk();
+  disk.firstChunkOffset = kDataStart + data.size();
   disk.hash = kTestDiskHash;
   disk.chunkBytes = content.chunkBytes;
   disk.chunkCount = content.chunkCount;
@@ -56,7 +56,7 @@ CTestPack::CTestPack(const SPackContent& content)
     Store(stored);
     chunkSizes.push_back(bRaw ? u16{0} : static_cast<u16>(stored.size()));
   }
-  disk.tableOffset = kDataStart + data.size();
+  disk.sizeTableOffset = kDataStart + data.size();
 }
 
 u64 CTestPack::Store(const std::vector<u8>& bytes) {
@@ -67,8 +67,7 @@ u64 CTestPack::Store(const std::vector<u8>& bytes) {
 
 std::vector<u8> CTestPack::Bytes() const {
   std::vector<u8> out;
-  Append(out, &header, sizeof(header));
-  Append(out, entries, sizeof(entries));
+  Append(out, &directory, sizeof(directory));
   Append(out, data.data(), data.size());
   Append(out, chunkSizes.data(), chunkSizes.size() * sizeof(u16));
   return out;

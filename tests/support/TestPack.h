@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "machine/PackFormat.h"
+#include "base/PackFormat.h"
 
 namespace vx::test {
 
@@ -28,13 +28,12 @@ class CTestPack {
  public:
   explicit CTestPack(const SPackContent& content = {});
 
-  SPackHeader header;
-  SPackEntry entries[kPackEntryCount];
+  SPackDirectory directory;
   std::vector<u16> chunkSizes;
-  // Everything behind the entries but for the chunk size table, which stands at the file's end.
+  // Everything behind the directory but for the chunk size table, which stands at the file's end.
   std::vector<u8> data;
 
-  SPackEntry& Disk() { return entries[kPackDiskEntry]; }
+  SPackDiskEntry& Disk() { return directory.disk; }
   std::vector<u8> Bytes() const;
 
  private:

@@ -167,7 +167,7 @@ SManifest WithGeometry(u32 cylinders, u32 heads, u32 sectorsPerTrack) {
 }
 
 TEST(DiskShape, IsThatOfTheGeometryWhenTheImageIsShorter) {
-  const SDiskEntry disk = ShapeDisk(WithGeometry(10, 4, 17), 1);
+  const SPackDiskEntry disk = ShapeDisk(WithGeometry(10, 4, 17), 1);
   EXPECT_EQ(disk.sectorCount, 680u);
   EXPECT_EQ(disk.sectorBytes, 512u);
   EXPECT_EQ(disk.chunkBytes, 65536u);
@@ -182,7 +182,7 @@ TEST(DiskShape, HasTwoChunksAtLeast) {
 }
 
 TEST(DiskShape, WithoutGeometryHoldsTheImageInWholeCylinders) {
-  const SDiskEntry disk = ShapeDisk(Parse(kLeast), 1009 * 512);
+  const SPackDiskEntry disk = ShapeDisk(Parse(kLeast), 1009 * 512);
   EXPECT_EQ(disk.cylinders, 2u);
   EXPECT_EQ(disk.heads, 16u);
   EXPECT_EQ(disk.sectorsPerTrack, 63u);

@@ -15,7 +15,7 @@ void CEntryHash::Add(std::span<const u8> bytes) {
 
 u64 CEntryHash::RomHash() const { return XXH3_64bits_digest(state_.get()); }
 
-u64 CEntryHash::DiskHash(const SDiskEntry& shape) const {
+u64 CEntryHash::DiskHash(const SPackDiskEntry& shape) const {
   const u32 geometry[] = {shape.sectorBytes, shape.sectorCount, shape.cylinders, shape.heads,
                           shape.sectorsPerTrack};
   const std::unique_ptr<XXH3_state_t, SStateFreer> state(XXH3_createState());

@@ -6,8 +6,8 @@
 #include <memory>
 #include <span>
 
+#include "base/PackFormat.h"
 #include "base/Types.h"
-#include "tools/packfile/PackFormat.h"
 
 namespace vx {
 
@@ -21,7 +21,7 @@ class CEntryHash {
   // The disk's hash: of its sectors, followed by sector size, sector count, cylinders, heads and
   // sectors per track as u32. How the disk is cut into chunks takes no part. Never 0, because the
   // hash names the file that keeps what the guest writes.
-  u64 DiskHash(const SDiskEntry& shape) const;
+  u64 DiskHash(const SPackDiskEntry& shape) const;
 
  private:
   struct SStateFreer {

@@ -228,7 +228,7 @@ SManifest ReadManifest(const std::filesystem::path& path) {
   return ParseManifest(stream, path.string(), path.parent_path());
 }
 
-SDiskEntry ShapeDisk(const SManifest& manifest, u64 imageBytes) {
+SPackDiskEntry ShapeDisk(const SManifest& manifest, u64 imageBytes) {
   const auto fail = [&manifest](const std::string& what) {
     throw CToolError(EExitCode::BadInput, manifest.name + ":" + std::to_string(manifest.disk.line) +
                                               ": " + manifest.disk.path.string() + " has " + what +
@@ -267,7 +267,7 @@ SDiskEntry ShapeDisk(const SManifest& manifest, u64 imageBytes) {
   }
   const u64 chunkCount =
       (sectorCount * kSectorBytes + manifest.chunkBytes - 1) / manifest.chunkBytes;
-  SDiskEntry disk = {};
+  SPackDiskEntry disk = {};
   disk.chunkBytes = manifest.chunkBytes;
   disk.chunkCount = static_cast<u32>(std::max<u64>(chunkCount, kMinChunkCount));
   disk.sectorBytes = kSectorBytes;
@@ -281,7 +281,7 @@ SDiskEntry ShapeDisk(const SManifest& manifest, u64 imageBytes) {
 std::string WriteManifest(const SPackDirectory& directory, const std::string& bootName,
                           const std::string (&soundNames)[kPackRomCount - 1],
                           const std::string& diskName) {
-  const SDiskEntry& disk = directory.disk;
+  const SPackDiskEntry& disk = directory.disk;
   const auto line = [](const std::string& key, const std::string& value) {
     return key + " = " + value + "\n";
   };

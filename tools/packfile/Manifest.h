@@ -19,8 +19,8 @@
 #include <optional>
 #include <string>
 
+#include "base/PackFormat.h"
 #include "base/Types.h"
-#include "tools/packfile/PackFormat.h"
 
 namespace vx {
 
@@ -55,7 +55,7 @@ SManifest ReadManifest(const std::filesystem::path& path);
 
 // The disk entry's sizes for an image of a given size: everything but offsets and hash.
 // Throws CToolError (BadInput) if the image does not fit the manifest's geometry.
-SDiskEntry ShapeDisk(const SManifest& manifest, u64 imageBytes);
+SPackDiskEntry ShapeDisk(const SManifest& manifest, u64 imageBytes);
 
 // The text of a manifest for files named as given; a sound ROM without a name is left out.
 std::string WriteManifest(const SPackDirectory& directory, const std::string& bootName,

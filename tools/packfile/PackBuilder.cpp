@@ -50,11 +50,11 @@ std::vector<u8> ReadRomFile(const SManifest& manifest, const SInputFile& input) 
   return bytes;
 }
 
-SRomEntry WriteRom(CPendingFile& file, const std::vector<u8>& bytes) {
+SPackRomEntry WriteRom(CPendingFile& file, const std::vector<u8>& bytes) {
   const std::vector<u8> packed = DeflateBytes(bytes);
   CEntryHash hash;
   hash.Add(bytes);
-  SRomEntry entry = {};
+  SPackRomEntry entry = {};
   entry.dataOffset = file.Position();
   entry.storedBytes = packed.size();
   entry.hash = hash.RomHash();
@@ -65,7 +65,7 @@ SRomEntry WriteRom(CPendingFile& file, const std::vector<u8>& bytes) {
 }
 
 // Writes the chunk size table and all chunks behind it, and completes the entry.
-void WriteDisk(CPendingFile& file, const CByteSource& image, SDiskEntry& disk,
+void WriteDisk(CPendingFile& file, const CByteSource& image, SPackDiskEntry& disk,
                SBuildReport& summary, const ReportProgress& report) {
   const u64 diskBytes = u64{disk.sectorCount} * disk.sectorBytes;
   std::vector<u16> sizeTable(disk.chunkCount);

@@ -83,7 +83,7 @@ void CPackReader::CheckHeader() const {
 }
 
 void CPackReader::CheckRomEntry(u32 index) const {
-  const SRomEntry& rom = directory_.roms[index];
+  const SPackRomEntry& rom = directory_.roms[index];
   const std::string name = RomName(index);
   if (rom.storedBytes == 0) {
     Refuse(Found(name + ", stored size", "0 bytes", "a zlib stream"));
@@ -104,7 +104,7 @@ void CPackReader::CheckRomEntry(u32 index) const {
 }
 
 void CPackReader::CheckDiskEntry() const {
-  const SDiskEntry& disk = directory_.disk;
+  const SPackDiskEntry& disk = directory_.disk;
   if (disk.sizeTableOffset == 0) {
     Refuse(Found("the disk, place of the chunk size table", "0", "an offset"));
   }
@@ -141,7 +141,7 @@ void CPackReader::CheckDiskEntry() const {
 }
 
 void CPackReader::ReadSizeTable() {
-  const SDiskEntry& disk = directory_.disk;
+  const SPackDiskEntry& disk = directory_.disk;
   const u64 tableBytes = u64{disk.chunkCount} * sizeof(u16);
   if (disk.sizeTableOffset < sizeof(SPackDirectory) ||
       !source_.Holds(disk.sizeTableOffset, tableBytes)) {
@@ -152,7 +152,7 @@ void CPackReader::ReadSizeTable() {
   }
   storedChunkBytes_.resize(disk.chunkCount);
   source_.Read(disk.sizeTableOffset,
-                {reinterpret_cast<u8*>(storedChunkBytes_.data()), std::size_t{tableBytes}});
+               {reinterpret_cast<u8*>(storedChunkBytes_.data()), std::size_t{tableBytes}});
   chunkOffsets_.resize(disk.chunkCount);
   u64 offset = disk.firstChunkOffset;
   for (u32 chunk = 0; chunk < disk.chunkCount; ++chunk) {
@@ -184,7 +184,7 @@ u64 CPackReader::StoredDiskBytes() const {
 }
 
 std::vector<u8> CPackReader::ReadRom(u32 index) const {
-  const SRomEntry& rom = directory_.roms[index];
+  const SPackRomEntry& rom = directory_.roms[index];
   std::vector<u8> bytes;
   bytes.reserve(rom.inflatedBytes);
   const std::string fault = InflateStored(source_, rom.dataOffset, rom.storedBytes,
@@ -197,7 +197,7 @@ std::vector<u8> CPackReader::ReadRom(u32 index) const {
 
 void CPackReader::DecodeChunk(u32 chunk,
                               const std::function<void(std::span<const u8>)>& take) const {
-  const SDiskEntry& disk = directory_.disk;
+  const SPackDiskEntry& disk = directory_.disk;
   const u64 offset = chunkOffsets_[chunk];
   if (storedChunkBytes_[chunk] != 0) {
     const std::string fault =
@@ -240,7 +240,7 @@ void CPackReader::Verify(const ReportProgress& report) const {
   }
   CEntryHash hash;
   ReadDisk([&hash](std::span<const u8> piece) { hash.Add(piece); }, report);
-  const SDiskEntry& disk = directory_.disk;
+  const SPackDiskEntry& disk = directory_.disk;
   if (hash.DiskHash(disk) != disk.hash) {
     Refuse(Found("the disk, hash of its data and geometry", Hex(hash.DiskHash(disk)),
                  Hex(disk.hash) + " as its entry says"));

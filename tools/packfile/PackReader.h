@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "base/PackFormat.h"
 #include "base/Types.h"
 #include "tools/packfile/ByteSource.h"
-#include "tools/packfile/PackFormat.h"
 
 namespace vx {
 

@@ -88,14 +88,14 @@ void RunInfo(const std::filesystem::path& packPath) {
   const CFileSource source(packPath);
   const CPackReader reader(source);
   const SPackDirectory& directory = reader.Directory();
-  const SDiskEntry& disk = directory.disk;
+  const SPackDiskEntry& disk = directory.disk;
   std::printf("file       %s, %" PRIu64 " bytes\n", source.Name().c_str(), source.SizeBytes());
   std::printf("layout     %s\n", directory.header.identity == kPackIdentityA ? "A" : "B");
   std::printf("pack hash  %016" PRIX64 "\n", PackHash(directory));
   std::printf("sound hash %016" PRIX64 "\n\n", SoundRomHash(directory));
   std::printf("%-6s  %12s  %12s  %12s  %s\n", "entry", "offset", "stored", "bytes", "hash");
   for (u32 i = 0; i < kPackRomCount; ++i) {
-    const SRomEntry& rom = directory.roms[i];
+    const SPackRomEntry& rom = directory.roms[i];
     const std::string name = i == 0 ? "boot" : "sound" + std::to_string(i);
     PrintRow(name.c_str(), rom.dataOffset, rom.storedBytes, rom.inflatedBytes, rom.hash);
   }

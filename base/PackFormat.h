@@ -8,8 +8,7 @@
 // A ROM is one zlib stream. The disk is a row of chunks that lie back to back, each either one zlib
 // stream or raw; a table of u16 gives their stored sizes, where 0 stands for raw.
 //
-// The board treats the hash fields as names, not as protection. The packs made here hold XXH3-64 of
-// the inflated data (EntryHash.h), so that a damaged pack can be told from a whole one.
+// The board treats the hash fields as names, not as protection.
 #pragma once
 
 #include <bit>
@@ -25,8 +24,9 @@ inline constexpr u64 kPackVersion = 3;
 inline constexpr u64 kPackIdentityA = 0x8e21848dc23b33d2;  // board layout A
 inline constexpr u64 kPackIdentityB = 0xbe281ce10a9925a0;  // board layout B
 inline constexpr u32 kPackEntryCount = 10;
-inline constexpr u32 kPackRomCount = 9;
+inline constexpr u32 kPackRomCount = 9;  // boot ROM, then the sound ROMs
 inline constexpr u32 kPackDiskEntry = 9;
+inline constexpr u64 kPackMaxEntries = 256;  // that a file may have to be identified
 inline constexpr u32 kMaxRomBytes = 0x80000;
 inline constexpr u32 kMinChunkCount = 2;
 inline constexpr u32 kSectorBytes = 512;             // the only size that the board's drive reads
@@ -41,7 +41,7 @@ struct SPackHeader {
 };
 static_assert(sizeof(SPackHeader) == 32);
 
-struct SRomEntry {
+struct SPackRomEntry {
   u64 dataOffset;
   u64 storedBytes;  // never 0
   u64 hash;
@@ -49,10 +49,10 @@ struct SRomEntry {
   u32 chunkCount;     // 1
   u8 notRead[32];
 };
-static_assert(sizeof(SRomEntry) == 64);
-static_assert(offsetof(SRomEntry, hash) == 16 && offsetof(SRomEntry, chunkCount) == 28);
+static_assert(sizeof(SPackRomEntry) == 64);
+static_assert(offsetof(SPackRomEntry, hash) == 16 && offsetof(SPackRomEntry, chunkCount) == 28);
 
-struct SDiskEntry {
+struct SPackDiskEntry {
   u64 firstChunkOffset;
   u64 sizeTableOffset;  // never 0
   u64 hash;
@@ -66,16 +66,20 @@ struct SDiskEntry {
   u32 sectorsPerTrack;
   u64 notRead56;
 };
-static_assert(sizeof(SDiskEntry) == 64);
-static_assert(offsetof(SDiskEntry, chunkBytes) == 24 && offsetof(SDiskEntry, sectorBytes) == 32);
-static_assert(offsetof(SDiskEntry, cylinders) == 44 && offsetof(SDiskEntry, notRead56) == 56);
+static_assert(sizeof(SPackDiskEntry) == 64);
+static_assert(offsetof(SPackDiskEntry, hash) == 16 && offsetof(SPackDiskEntry, chunkBytes) == 24);
+static_assert(offsetof(SPackDiskEntry, sectorBytes) == 32);
+static_assert(offsetof(SPackDiskEntry, cylinders) == 44 &&
+              offsetof(SPackDiskEntry, notRead56) == 56);
 
 struct SPackDirectory {
   SPackHeader header;
-  SRomEntry roms[kPackRomCount];
-  SDiskEntry disk;
+  SPackRomEntry roms[kPackRomCount];
+  SPackDiskEntry disk;
 };
 static_assert(sizeof(SPackDirectory) == 672);
 static_assert(offsetof(SPackDirectory, disk) == 32 + kPackDiskEntry * 64);
+
+inline constexpr u64 kPackSmallestFile = sizeof(SPackDirectory) + 1;
 
 }  // namespace vx
