@@ -62,7 +62,7 @@ void WriteDelta(const CVXMachine& m, SStateStream& stream) {
 
 bool ApplyDelta(CVXMachine& m, SStateStream& stream) {
   SDeltaHeader header;
-  ReadValue(stream, header);
+  if (!ReadValue(stream, header)) return true;
   if (header.bitmapWords == 0) {
     m.dirtyBitmap.reset();
     m.deltaHeader = header;
@@ -83,6 +83,8 @@ bool ApplyDelta(CVXMachine& m, SStateStream& stream) {
       m.dirtyBitmap[sector / kBitmapWordBits] &= ~(u64{1} << (sector % kBitmapWordBits));
       return;
     }
+    // The image of a look-ahead clone is its master's, which holds these contents or newer ones.
+    if (m.parent != nullptr) return;
     // Also without contents: the sector counts as written, and a delta must not tell it empty.
     WaitForSector(m, sector);
     if (bThere) std::copy_n(contents, kSectorBytes, m.diskImage.get() + sector * kSectorBytes);

@@ -16,7 +16,7 @@ class CVXMachine;
 // Moves on by what the delta needs whether or not it fits.
 void WriteDelta(const CVXMachine& machine, SStateStream& stream);
 // False, and nothing has changed, if the delta belongs to a disk of another size. Sectors that are
-// dirty now but not in the delta keep their contents.
+// dirty now but not in the delta keep their contents. A look-ahead clone takes the bitmap alone.
 bool ApplyDelta(CVXMachine& machine, SStateStream& stream);
 
 // Clears the deadline and writes the overlay file, unless the machine's setting says not to. A file

@@ -76,7 +76,12 @@ void WaitForByte(CVXMachine& m, u64 imageByte) {
 
 void MarkDirty(CVXMachine& m, u64 sector) {
   const u32 word = static_cast<u32>(sector / kBitmapWordBits);
-  if (m.dirtyBitmap != nullptr && word < m.deltaHeader.bitmapWords) {
+  if (m.dirtyBitmap == nullptr) {  // a loaded state can take it away
+    m.deltaHeader = SDeltaHeader{};
+    m.deltaHeader.bitmapWords = RequiredBitmapWords(m);
+    m.dirtyBitmap = std::make_unique<u64[]>(m.deltaHeader.bitmapWords);
+  }
+  if (word < m.deltaHeader.bitmapWords) {
     m.deltaHeader.firstDirtyWord = std::min(m.deltaHeader.firstDirtyWord, word);
     m.deltaHeader.lastDirtyWord = std::max(m.deltaHeader.lastDirtyWord, word);
     m.dirtyBitmap[word] |= u64{1} << (sector % kBitmapWordBits);

@@ -18,6 +18,10 @@ bool ComesBefore(const SEvent& x, const SEvent& y) {
 
 void DoNothing(void*, u64, f64) {}
 
+// Frames start at time 0 and last a second at most; processors stop within a cycle of an event.
+constexpr f64 kLatestTimeUs = 1e9;
+constexpr f64 kLatenessUs = 1.0;
+
 }  // namespace
 
 void CEventQueue::Initialise(TimeFunction timeFunction, void* context) {
@@ -164,6 +168,40 @@ void CEventQueue::Load(SStateStream& stream) {
   if (clientCount == clients_.size()) {
     for (SClient& client : clients_) ReadValue(stream, client.time);
   }
+}
+
+void CEventQueue::MendTime(f64& time) const {
+  if (!(time >= now_ - kLatenessUs && time <= now_ + kLatestTimeUs)) time = now_;
+}
+
+void CEventQueue::MendLoaded() {
+  if (!(now_ >= -kLatenessUs && now_ <= kLatestTimeUs)) now_ = 0.0;
+  for (SClient& client : clients_) MendTime(client.time);
+  for (SEvent& event : entries_) {
+    if (event.time < now_ - kLatenessUs) event.time = now_;
+  }
+  // By time alone: two events that rebasing has brought to the same time keep their order.
+  const auto later = [](const SEvent& x, const SEvent& y) { return x.time > y.time; };
+  if (!std::is_sorted(entries_.begin(), entries_.end(), later)) {
+    std::stable_sort(entries_.begin(), entries_.end(), later);
+  }
+}
+
+void CEventQueue::KeepSoonest(u32 id) {
+  const auto isOfId = [id](const SEvent& event) { return event.id == id; };
+  const auto soonest = std::find_if(entries_.rbegin(), entries_.rend(), isOfId);
+  if (soonest == entries_.rend()) return;
+  entries_.erase(std::remove_if(entries_.begin(), soonest.base() - 1, isOfId), soonest.base() - 1);
+}
+
+void CEventQueue::DropUnknownIds() {
+  std::erase_if(entries_, [this](const SEvent& event) { return event.id >= callbacks_.size(); });
+}
+
+f64 CEventQueue::TimeOf(u32 id) const {
+  const auto soonest = std::find_if(entries_.rbegin(), entries_.rend(),
+                                    [id](const SEvent& event) { return event.id == id; });
+  return soonest != entries_.rend() ? soonest->time : std::numeric_limits<f64>::infinity();
 }
 
 }  // namespace vx

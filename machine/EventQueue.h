@@ -81,7 +81,22 @@ class CEventQueue {
   f64 ClientTime(u32 index) const { return clients_[index].time; }
 
   void Save(SStateStream& stream) const;
+  // Takes everything as it stands; MendLoaded makes it fit to run.
   void Load(SStateStream& stream);
+  // Brings times that no board writes to the present, so that time passes whatever was loaded: an
+  // event lies after the last one fired or next to it, the soonest stands last, and no client is
+  // out of reach. A timeline that was saved here stays as it is.
+  void MendLoaded();
+  // The same for a time outside the queue.
+  void MendTime(f64& time) const;
+  // Puts a copy of Entries() back.
+  void Restore(const std::vector<SEvent>& entries) { entries_ = entries; }
+  // Removes all events of an id but the soonest.
+  void KeepSoonest(u32 id);
+  // Removes the events of ids that nobody has registered here.
+  void DropUnknownIds();
+  // When the id's soonest event is due; infinity if none is pending.
+  f64 TimeOf(u32 id) const;
 
  private:
   struct SCallback {

@@ -191,7 +191,4 @@ void CVXMachine::MixFrame() {
                  soundPort);
 }
 
-void CVXMachine::SaveState(SStateStream*, u8) noexcept {}
-bool CVXMachine::LoadState(SStateStream*) noexcept { return false; }
-
 }  // namespace vx

@@ -282,6 +282,12 @@ class CVXMachine final : public CQuillonMachineBase {
   void ResetState();
   void ClearTouchedRecords();
   void RunBoundedFrame();
+  bool LoadSections(SStateStream& stream, u32 version);
+  void LoadScriptBlobs(SStateStream& stream);
+  void LoadPageMap(SStateStream& stream);
+  void LoadMixer(SStateStream& stream, u32 version);
+  void LoadInstances(SStateStream& stream);
+  void MendTimeline();
 };
 
 static_assert(std::is_trivially_copyable_v<SMIPS3Context>);

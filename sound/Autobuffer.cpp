@@ -5,6 +5,12 @@
 
 namespace vx {
 
+namespace {
+
+constexpr f64 kShortestTickUs = 0.1;
+
+}  // namespace
+
 // --- Control registers -------------------------------------------------------------------------
 
 void CSoundBoard::OnControlWrite(CSoundBoard* board, u32 address, u16 value) {
@@ -61,9 +67,10 @@ const SEvent* CSoundBoard::PendingMainTick() const {
   return found != entries.rend() ? &*found : nullptr;
 }
 
-// A period that is not above 0 would never let time pass: such a transfer stops.
+// A period that is not above 0 would never let time pass, and one shorter than a cycle of the
+// processor hardly: such a transfer stops.
 void CSoundBoard::ScheduleTick(f64 time) {
-  if (link.tickPeriod > 0.0) queue_->Schedule(time, autobufferTickId_, 0);
+  if (link.tickPeriod >= kShortestTickUs) queue_->Schedule(time, autobufferTickId_, 0);
 }
 
 void CSoundBoard::ResumeTransfer() {
