@@ -43,11 +43,11 @@ bool EnsureFolder(const std::string& path) noexcept {
   }
 }
 
-std::string DefaultComponentPath() {
+std::string ComponentBesideProgram(const char* name) {
   std::error_code error;
   const fs::path self = fs::read_symlink("/proc/self/exe", error);
   const fs::path folder = error ? fs::path(".") : self.parent_path();
-  return (folder / "machine_vx.so").string();
+  return (folder / name).string();
 }
 
 CTemporaryFolder::CTemporaryFolder() {

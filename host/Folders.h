@@ -16,8 +16,11 @@ std::string DefaultConfigFolder();
 // Makes the folder and all above it; true if it is there and is a folder afterwards.
 bool EnsureFolder(const std::string& path) noexcept;
 
-// The component's place by default: machine_vx.so beside the running program.
-std::string DefaultComponentPath();
+// The components' place by default, beside the running program: the one that runs native blocks,
+// and the same board without any, for comparison.
+inline constexpr const char* kNativeComponent = "machine_vx.so";
+inline constexpr const char* kReplayComponent = "machine_vx_replay.so";
+std::string ComponentBesideProgram(const char* name);
 
 // A new folder among the temporary files; it goes with all that is in it.
 class CTemporaryFolder {

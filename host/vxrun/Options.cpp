@@ -102,9 +102,15 @@ void Declare(CLI::App& app, SOptions& options) {
   app.add_flag("--list-controls", options.bListControls,
                "Show all controls, as a file for --controls, and end")
       ->group("Input");
-  app.add_option("--component", options.componentPath,
-                 "The component to load [machine_vx.so beside this program]")
-      ->type_name("FILE")
+  CLI::Option* component =
+      app.add_option("--component", options.componentPath,
+                     "The component to load [machine_vx.so beside this program]")
+          ->type_name("FILE")
+          ->group("Board");
+  app.add_flag("--no-native", options.bNoNative,
+               "Load machine_vx_replay.so beside this program: the same board without native "
+               "blocks, slower")
+      ->excludes(component)
       ->group("Board");
   app.add_option("--cache-dir", options.cacheFolder,
                  "Folder for what the board keeps between runs [~/.cache/vxrun/]")
@@ -134,7 +140,10 @@ std::optional<SOptions> ParseOptions(int argc, char** argv, int& exitCode) {
     exitCode = static_cast<int>(EExitCode::Usage);
     return std::nullopt;
   }
-  if (options.componentPath.empty()) options.componentPath = DefaultComponentPath();
+  if (options.componentPath.empty()) {
+    options.componentPath =
+        ComponentBesideProgram(options.bNoNative ? kReplayComponent : kNativeComponent);
+  }
   return options;
 }
 

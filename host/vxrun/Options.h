@@ -12,6 +12,7 @@ namespace vx {
 struct SOptions {
   std::string packPath;
   std::string componentPath;
+  bool bNoNative = false;
   std::string cacheFolder;  // empty: the default
   std::vector<std::string> settings;
   std::string settingsPath;  // empty: the user's own

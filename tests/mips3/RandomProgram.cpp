@@ -1,6 +1,7 @@
 #include "tests/mips3/RandomProgram.h"
 
 #include "tests/mips3/Encode.h"
+#include "tests/mips3/FpEncode.h"
 
 namespace vx {
 
@@ -45,6 +46,9 @@ class CProgramMaker {
     const i32 offset = static_cast<i32>(to) - static_cast<i32>(at) - 1;
     const u32 s = AnyRegister();
     const u32 target = m_address + 4 * to;
+    if (!bAlways && (m_features & kUsesFloat) != 0 && Below(4) == 0) {
+      return Bc1(Below(2), Below(8), offset);
+    }
     switch (bAlways ? 8 + Below(4) : Below(13)) {
       case 0:
         return Beq(s, AnyRegister(), offset);
@@ -80,6 +84,7 @@ class CProgramMaker {
     if (kind < 7 && (m_features & kUsesMemory) != 0) return RandomAccess();
     if (kind == 7 && (m_features & kUsesTraps) != 0) return RandomTrap();
     if (kind == 8 && (m_features & kUsesTime) != 0) return RandomTimeOp();
+    if (kind >= 15 && (m_features & kUsesFloat) != 0) return RandomFloatOp();
     if (kind < 12) return RandomMultiplierOp();
     if (kind == 12) return kNop;
     return RandomAluOp();
@@ -139,6 +144,23 @@ class CProgramMaker {
     const u32 t = AnyRegister();
     const u32 ops[] = {Mfc0(t, 9), Dmfc0(t, 9), Mfc0(t, 13), Mfc0(t, 1), Mtc0(t, 9)};
     return ops[Below(std::size(ops))];
+  }
+
+  // Few registers, so that singles and doubles meet in them.
+  u32 RandomFloatOp() {
+    static constexpr u8 kFormats[] = {kSingle, kSingle, kDouble, kDouble, kWord, kLong};
+    static constexpr u8 kFuncts[] = {0, 1, 2, 3, 4, 5, 6, 7, 32, 33, 36, 37};
+    static constexpr u8 kMoves[] = {0, 1, 4, 5, 6};
+    const u32 format = kFormats[Below(sizeof(kFormats))];
+    const u32 s = Below(6), t = Below(6);
+    switch (Below(4)) {
+      case 0:
+        return Cop1Move(kMoves[Below(sizeof(kMoves))], AnyRegister(), s);
+      case 1:
+        return FpCompareOp(format, kFirstCompare + Below(16), Below(8), s, t);
+      default:
+        return FpOp(format, kFuncts[Below(sizeof(kFuncts))], Below(6), s, t);
+    }
   }
 
   static constexpr u32 kCop0Epc14 = 14;

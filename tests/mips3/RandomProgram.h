@@ -16,6 +16,7 @@ enum EProgramFeature : u32 {
   kUsesRegisters = 4,  // the register window
   kUsesTraps = 8,
   kUsesTime = 16,  // Count, Random and Cause reads
+  kUsesFloat = 32,
 };
 
 // Registers that programs expect to be set, and leave alone.

@@ -13,6 +13,7 @@ bool OwnsDelaySlot(u32 word) {
   const u32 main = word >> 26;
   if (main == 0) return (word & 63) == 8 || (word & 63) == 9;
   if (main == 1) return (word >> 16 & 0xC) == 0;
+  if (main == 17) return (word >> 21 & 31) == 8;
   return (main >= 2 && main <= 7) || (main >= 20 && main <= 23);
 }
 
