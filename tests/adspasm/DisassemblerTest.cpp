@@ -170,7 +170,8 @@ std::vector<std::string> AllOperations() {
         }
       }
     }
-    for (const char* short_ : {"0", "MR", "MR (RND)"}) all.push_back(std::string(to) + short_);
+    for (const char* shortForm : {"0", "MR", "MR (RND)"})
+      all.push_back(std::string(to) + shortForm);
   }
   for (const char* x : adsp::kShifterX) {
     if (x == nullptr) continue;
@@ -233,9 +234,9 @@ TEST(Disassembly, KnowsEveryMoveAndLoad) {
 
 TEST(Disassembly, KnowsEveryCondition) {
   for (const adsp::SCondition& condition : adsp::kConditions) {
-    const std::string If = std::string("IF ") + condition.ifName + " ";
+    const std::string prefix = std::string("IF ") + condition.ifName + " ";
     for (const char* what : {"JUMP 0x123", "CALL 0x3FFF", "JUMP (I4)", "CALL (I7)", "RTS", "RTI"}) {
-      CheckText(If + what);
+      CheckText(prefix + what);
     }
     CheckText(std::string("DO 0x2A UNTIL ") + condition.untilName);
   }
