@@ -86,7 +86,7 @@ const SArrow kArrows[] = {
     {"BlocksToProcessor",         "blocks/A.cpp",            "mips3/Context.h",       true},
     {"BlocksToDevices",           "blocks/A.cpp",            "devices/IoTables.h",    false},
     {"GeneratorToOpTable",        "blockgen/A.cpp",          "mips3/OpTable.h",       true},
-    {"GeneratorToContext",        "blockgen/A.cpp",          "mips3/Context.h",       false},
+    {"GeneratorToProcessor",      "blockgen/A.cpp",          "mips3/Processor.h",     false},
     {"SoundToEventQueue",         "sound/A.cpp",             "machine/EventQueue.h",  true},
     {"SoundToMachine",            "sound/A.cpp",             "machine/VXMachine.h",   false},
     {"DevicesToMachine",          "devices/A.cpp",           "machine/VXMachine.h",   true},
