@@ -95,6 +95,7 @@ uint64_t HandleException(uint32_t cause, uint32_t epc, uint32_t status) {
   if (pending & kLineTimer) {
     ArmNextTick();
     kResults->timerTicks = kResults->timerTicks + 1;
+    PumpSound();
     if (!(cause & kLineBlank)) status |= kLineBlank;
   }
   if (pending & kLineBlank) {

@@ -52,6 +52,17 @@ void WaitBlanks(uint32_t blanks);
 // kernel_start.S: idles until an interrupt has been taken or the vertical blank line is high.
 void WaitForInterrupt(void);
 
+// --- sound.c ---
+
+// Queues a command of two bytes, high byte first; false if there is no room.
+bool SendSound(uint32_t command);
+// Queues a setting of the sound program with its value of 16 bits.
+bool SendSoundSetting(uint32_t setting, uint32_t value);
+// Whether the sound processor has taken all of it.
+bool IsSoundSent(void);
+// From the timer's tick.
+void PumpSound(void);
+
 // --- mapped.c ---
 
 // Maps virtual pages `page` and `page` + 1 to two physical pages by TLB entry `index`, for every
@@ -80,6 +91,7 @@ void TestExceptions(void);
 void TestSystem(void);
 void TestTlb(void);
 void TestBoard(void);
+void TestSound(void);
 void TestRom(void);
 // Calls `progress` with the number of KiB done so far about every 256 KiB, and with all at the end.
 void TestRam(void (*progress)(uint32_t kibDone));

@@ -40,8 +40,10 @@ typedef struct SKernelCalls {
 
   void (*MapPagePair)(uint32_t index, uint32_t page, uint32_t physical0, uint32_t physical1);
   void (*ReadPorts)(SPorts* ports);
-  // Hands a command to the sound processor; false while it has not taken the last one.
+  // Queues a command for the sound processor (sound_commands.h); false if there is no room. What it
+  // does not take within half a second is forgotten.
   bool (*SendSound)(uint32_t command);
+  bool (*SendSoundSetting)(uint32_t setting, uint32_t value);
 
   // Whole sectors; `memory` lies on a doubleword. The processor waits for the drive.
   EDiskResult (*ReadDisk)(uint32_t sector, uint32_t count, void* memory);

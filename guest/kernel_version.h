@@ -2,4 +2,4 @@
 #pragma once
 
 #define kProgramMagic 0x4D525047 /* the bytes "GPRM" */
-#define kKernelCallsVersion 1
+#define kKernelCallsVersion 2

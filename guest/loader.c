@@ -17,15 +17,6 @@ static void ReadPorts(SPorts* ports) {
   ports->switches = *(volatile const uint32_t*)kDipPortAddress;
 }
 
-static bool SendSound(uint32_t command) {
-  enum { kTaken = 2, kStrobe = 2 };
-  if (!(*(volatile const uint32_t*)kBoardStatusAddress & kTaken)) return false;
-  *(volatile uint32_t*)kSoundLatchAddress = command & 0xFFFF;
-  *(volatile uint32_t*)kSoundStrobeAddress = kStrobe;
-  *(volatile uint32_t*)kSoundStrobeAddress = 0;
-  return true;
-}
-
 static const SKernelCalls kCalls = {
     .version = kKernelCallsVersion,
     .results = kResults,
@@ -36,6 +27,7 @@ static const SKernelCalls kCalls = {
     .MapPagePair = MapPagePair,
     .ReadPorts = ReadPorts,
     .SendSound = SendSound,
+    .SendSoundSetting = SendSoundSetting,
     .ReadDisk = ReadDisk,
     .WriteDisk = WriteDisk,
     .FindFile = FindFile,

@@ -33,6 +33,7 @@ static const SPostLine kLines[] = {
     {"SYSTEM, TIMER", kGroupSystem, TestSystem},
     {"MAPPED PAGES", kGroupTlb, TestTlb},
     {"BOARD, BLANK", kGroupBoard, TestBoard},
+    {"SOUND BOARD", kGroupSound, TestSound},
     {"MEMORY", kGroupRam, RunRam},
 };
 enum { kLineCount = sizeof(kLines) / sizeof(kLines[0]) };

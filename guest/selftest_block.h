@@ -7,7 +7,7 @@
  * offset there. */
 #define kSelfTestBlockPhysical 0x1000
 #define kSelfTestMagic 0x4C424143 /* the bytes "CABL" */
-#define kSelfTestVersion 2
+#define kSelfTestVersion 3
 
 /* States of the block. */
 #define kSelfTestRunning 1    /* the power-on tests are running or their result is held on screen */
@@ -32,7 +32,8 @@ enum {
   kGroupTlb = 8,       /* mapped pages */
   kGroupBoard = 9,     /* vertical blank and timer interrupts, board registers */
   kGroupFloat = 10,    /* floating point: arithmetic, conversions, compares, moves */
-  kGroupCount = 11,
+  kGroupSound = 11,    /* the sound program takes commands, also after a reset */
+  kGroupCount = 12,
 };
 
 typedef struct SSelfTestGroup {
@@ -66,7 +67,7 @@ typedef struct SSelfTestBlock {
   uint32_t faultCause;        /* 104 Cause of an exception that nothing expected, else 0 */
   uint32_t faultEpc;          /* 108 its EPC */
   SSelfTestGroup groups[kGroupCount]; /* 112 by group number; entry 0 is not used */
-  uint32_t diskResult; /* 156 0 once the program is loaded, else EDiskResult of kernel_calls.h */
+  uint32_t diskResult; /* 160 0 once the program is loaded, else EDiskResult of kernel_calls.h */
 } SSelfTestBlock;
 
 #endif

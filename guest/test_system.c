@@ -1,6 +1,7 @@
 // System registers, Count and Compare, mapped pages, and the board's interrupts.
 #include "guest/cop0.h"
 #include "guest/kernel.h"
+#include "guest/sound_commands.h"
 
 #include BOARD_HEADER
 
@@ -229,4 +230,20 @@ void TestBoard(void) {
   Check(*(volatile const uint8_t*)ports[2] & 1, 1);
   // The words between the registers read 0.
   Check(*(volatile const uint32_t*)(kBoardStatusAddress + 4), 0);
+}
+
+// Needs the interrupts running. The sound program answers soon, and again after a reset.
+void TestSound(void) {
+  enum { kMostBlanks = 12 };
+  BeginGroup(kGroupSound);
+  for (uint32_t round = 0; round < 2; round++) {
+    CheckTrue(SendSound(kSoundSilence));
+    CheckTrue(SendSoundSetting(kSettingMaster, 0xFFFF));
+    for (uint32_t i = 0; i < kMostBlanks && !IsSoundSent(); i++) WaitBlanks(1);
+    CheckTrue(IsSoundSent());
+    if (round != 0) break;
+    *(volatile uint32_t*)kSoundResetAddress = 1;
+    *(volatile uint32_t*)kSoundResetAddress = 0;
+    Check(*(volatile const uint8_t*)kBoardStatusAddress & 2, 2);
+  }
 }

@@ -9,6 +9,7 @@
 #include "guest/game_block.h"
 #include "guest/kernel_calls.h"
 #include "guest/solid.h"
+#include "guest/sound_commands.h"
 
 extern const SKernelCalls* gKernel;
 #define kGameBlock ((volatile SGameBlock*)(0x80000000u + kGameBlockPhysical))
@@ -125,34 +126,9 @@ enum { kInkGold, kInkWhite, kInkRed, kInkBlue, kInks };
 void DrawShadowText(uint16_t* page, int32_t x, int32_t y, const char* text, uint16_t color);
 
 // --- sound.c: commands for the sound processor ---
-typedef enum ESound {
-  kSoundSilence = 0x00,
-  kSoundCoin = 0x10,
-  kSoundStart,
-  kSoundPickCoin,
-  kSoundFire,
-  kSoundHit,
-  kSoundBlast,
-  kSoundLeap,
-  kSoundSplash,
-  kSoundPower,
-  kSoundFlare,
-  kSoundLost,
-  kSoundGate,
-  kSoundWarning,
-  kSoundBossBlast,
-  kSoundTick,
-  kSoundLetter,
-  kMusicTitle = 0x40,
-  kMusicStage,  // four of them
-  kMusicBoss = 0x48,
-  kMusicTally,
-  kMusicGameOver,
-  kMusicScores,
-} ESound;
-// In the attract mode a switch may forbid all but the coin's.
-void PlaySound(ESound sound);
-void SendSounds(void);  // once a frame
+// A command of sound_commands.h. In the attract mode a switch may forbid all but the coin's, and
+// what stops a sound. The same one sounds once a frame.
+void PlaySound(uint32_t command);
 
 // --- files.c ---
 // Reads all files of the game; shows what is wrong and stays if one cannot be read.

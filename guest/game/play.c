@@ -29,6 +29,7 @@ void StartGame(uint32_t player) {
   gTable.plays++;
   EnterState(kStatePlay);
   PlaySound(kMusicStage);
+  PlaySound(kSoundEngine);
 }
 
 static bool IsAnyPlaying(void) {
@@ -183,7 +184,7 @@ void StepTally(uint16_t* page) {
   if (gStateFrames < kTallyFrames) return;
   BeginStage(gLake.stage + 1);
   EnterState(kStatePlay);
-  PlaySound((ESound)(kMusicStage + gLake.stage % kStages));
+  PlaySound(kMusicStage + gLake.stage % kStages);
 }
 
 void StepContinue(uint16_t* page) {
@@ -193,6 +194,7 @@ void StepContinue(uint16_t* page) {
   } else if (!gPlayers[0].bJoined && !gPlayers[1].bJoined) {
     EnterState(kStateGameOver);
     PlaySound(kMusicGameOver);
+    PlaySound(kSoundEngineOff);
   }
   StepEffects();
   DrawLakePicture(page, gMoment);
@@ -225,7 +227,7 @@ static void GoToInitials(void) {
   SaveTable();
   EndPause();
   EnterState(kStateScores);
-  PlaySound(kMusicScores);
+  PlaySound(gSwitches.bAttractSound ? kMusicScores : kMusicStop);
 }
 
 void StepGameOver(uint16_t* page) {

@@ -1,29 +1,25 @@
-// Commands for the sound processor, one at a time; what is not taken soon is forgotten.
+// Commands for the sound processor; they are queued, and lost if there are too many at once.
 #include "guest/game/game.h"
 
-enum { kWaiting = 16, kPatienceFrames = 20 };
-static uint8_t gQueue[kWaiting];
-static uint32_t gFirst, gCount, gWaited;
+enum { kMostInFrame = 8 };
+static uint32_t gPlayed[kMostInFrame];
+static uint32_t gPlayedCount, gPlayedMoment;
 
-void PlaySound(ESound sound) {
-  const bool bAttract = gState < kStatePlay;
-  if (bAttract && sound != kSoundCoin && !gSwitches.bAttractSound) return;
-  if (gCount == kWaiting) return;
-  gQueue[(gFirst + gCount++) % kWaiting] = (uint8_t)sound;
+static bool IsFirstInFrame(uint32_t command) {
+  if (gPlayedMoment != gMoment) gPlayedCount = 0;
+  gPlayedMoment = gMoment;
+  for (uint32_t i = 0; i < gPlayedCount; i++) {
+    if (gPlayed[i] == command) return false;
+  }
+  if (gPlayedCount < kMostInFrame) gPlayed[gPlayedCount++] = command;
+  return true;
 }
 
-void SendSounds(void) {
-  if (gCount == 0) return;
-  const uint32_t command = gQueue[gFirst];
-  const bool bTaken = gKernel->SendSound(command);
-  if (!bTaken && ++gWaited < kPatienceFrames) return;
-  if (bTaken) {
-    kGameBlock->soundCommand = command;
-    kGameBlock->soundCommands = kGameBlock->soundCommands + 1;
-    gFirst = (gFirst + 1) % kWaiting;
-    gCount--;
-  } else {
-    gCount = 0;
-  }
-  gWaited = 0;
+void PlaySound(uint32_t command) {
+  const bool bAttract = gState < kStatePlay;
+  const bool bAlways = command == kSoundCoin || command >= kFirstStop;
+  if (bAttract && !bAlways && !gSwitches.bAttractSound) return;
+  if (!IsFirstInFrame(command) || !gKernel->SendSound(command)) return;
+  kGameBlock->soundCommand = command;
+  kGameBlock->soundCommands = kGameBlock->soundCommands + 1;
 }

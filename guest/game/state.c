@@ -40,7 +40,7 @@ static void BeginDemo(void) {
 }
 
 static void EnterTitle(void) {
-  PlaySound(kMusicTitle);
+  PlaySound(gSwitches.bAttractSound ? kMusicTitle : kMusicStop);
   EnterState(kStateTitle);
 }
 
@@ -139,6 +139,7 @@ static void StepState(uint16_t* page) {
   if (bAsked && gState != kStateTest) {
     gSystem.pressed &= ~(uint32_t)kSystemTest;
     BeginTestMenu();
+    PlaySound(kSoundSilence);
     EnterState(kStateTest);
   }
   switch (gState) {
@@ -181,7 +182,6 @@ void RunGame(void) {
     ReadSwitches();
     CountCoins();
     StepState(page);
-    SendSounds();
     Report();
     page = FinishFrame();
   }

@@ -35,9 +35,15 @@ CDiskPack::CDiskPack(const std::vector<u8>& disk) {
   std::ofstream(folder_ / "disk.img", std::ios::binary)
       .write(reinterpret_cast<const char*>(disk.data()), static_cast<std::streamsize>(disk.size()));
   std::filesystem::copy_file(VX_GUEST_FOLDER "a/boot.rom", folder_ / "boot.rom");
+  std::string sounds;
+  for (u32 i = 1; i <= 8; ++i) {
+    const std::string name = "sound" + std::to_string(i);
+    sounds += name + " = " VX_GUEST_FOLDER "sound/" + name + ".rom\n";
+  }
   std::ofstream(folder_ / "manifest.txt") << "identity = A\nboot = boot.rom\ndisk = disk.img\n"
                                              "chunk = 65536\ncylinders = 64\nheads = 4\n"
-                                             "sectors_per_track = 16\n";
+                                             "sectors_per_track = 16\n"
+                                          << sounds;
   const std::string command = std::string(VX_PACK_TOOL) + " build " +
                               (folder_ / "manifest.txt").string() + " -o " + Path() + " >/dev/null";
   if (std::system(command.c_str()) != 0) throw std::runtime_error("the pack cannot be built");
