@@ -73,14 +73,22 @@ struct SHostKey {
   const char* key;
 };
 constexpr SHostKey kHostKeys[] = {
-  { kHostPause,       "P"      },
-  { kHostPause,       "Pause"  },
-  { kHostStep,        "N"      },
-  { kHostFastForward, "Tab"    },
-  { kHostScreenshot,  "F12"    },
-  { kHostReset,       "F3"     },
-  { kHostMute,        "M"      },
-  { kHostQuit,        "Escape" },
+  { kHostPause,        "P"      },
+  { kHostPause,        "Pause"  },
+  { kHostStep,         "N"      },
+  { kHostFastForward,  "Tab"    },
+  { kHostRewind,       "B"      },
+  { kHostSaveState,    "F5"     },
+  { kHostPreviousSlot, "F6"     },
+  { kHostNextSlot,     "F7"     },
+  { kHostLoadState,    "F8"     },
+  { kHostUndoLoad,     "F9"     },
+  { kHostUndoSave,     "F10"    },
+  { kHostListStates,   "F11"    },
+  { kHostScreenshot,   "F12"    },
+  { kHostReset,        "F3"     },
+  { kHostMute,         "M"      },
+  { kHostQuit,         "Escape" },
 };
 
 // A stick moves like the digital pad: the half axis beside each of its directions.

@@ -44,13 +44,21 @@ constexpr SBitName kSystemNames[] = {
   { 0x080, "VOLUME+"  },
 };
 constexpr SBitName kHostNames[] = {
-  { kHostPause,       "PAUSE"      },
-  { kHostStep,        "STEP"       },
-  { kHostFastForward, "FAST"       },
-  { kHostScreenshot,  "SCREENSHOT" },
-  { kHostReset,       "RESET"      },
-  { kHostMute,        "MUTE"       },
-  { kHostQuit,        "QUIT"       },
+  { kHostPause,        "PAUSE"      },
+  { kHostStep,         "STEP"       },
+  { kHostFastForward,  "FAST"       },
+  { kHostRewind,       "REWIND"     },
+  { kHostSaveState,    "SAVE"       },
+  { kHostLoadState,    "LOAD"       },
+  { kHostPreviousSlot, "SLOT-"      },
+  { kHostNextSlot,     "SLOT+"      },
+  { kHostUndoLoad,     "UNDOLOAD"   },
+  { kHostUndoSave,     "UNDOSAVE"   },
+  { kHostListStates,   "STATES"     },
+  { kHostScreenshot,   "SCREENSHOT" },
+  { kHostReset,        "RESET"      },
+  { kHostMute,         "MUTE"       },
+  { kHostQuit,         "QUIT"       },
 };
 // clang-format on
 

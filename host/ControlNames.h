@@ -21,7 +21,18 @@ enum EHostAction : u32 {
   kHostReset = 0x10,
   kHostMute = 0x20,
   kHostQuit = 0x40,
+  kHostSaveState = 0x80,
+  kHostLoadState = 0x100,
+  kHostNextSlot = 0x200,
+  kHostPreviousSlot = 0x400,
+  kHostUndoLoad = 0x800,
+  kHostUndoSave = 0x1000,
+  kHostListStates = 0x2000,
+  kHostRewind = 0x4000,  // while held
 };
+inline constexpr u32 kHostStateActions = kHostSaveState | kHostLoadState | kHostNextSlot |
+                                         kHostPreviousSlot | kHostUndoLoad | kHostUndoSave |
+                                         kHostListStates;
 
 enum class EControlKind : u32 { Pad, System, Host };
 

@@ -13,24 +13,37 @@ namespace vx {
 
 namespace fs = std::filesystem;
 
-std::string DefaultCacheFolder() {
-  // A relative $XDG_CACHE_HOME counts as not set.
-  const char* xdg = std::getenv("XDG_CACHE_HOME");
+namespace {
+
+// Below the folder that the variable names, or else below the user's own. A relative folder counts
+// as not set.
+std::string FolderOfUser(const char* variable, const std::string& belowHome) {
+  const char* xdg = std::getenv(variable);
   if (xdg != nullptr && xdg[0] == '/') return std::string(xdg) + "/vxrun/";
   const char* home = std::getenv("HOME");
-  if (home != nullptr && home[0] == '/') return std::string(home) + "/.cache/vxrun/";
+  if (home != nullptr && home[0] == '/') return home + belowHome + "/vxrun/";
+  return "";
+}
+
+std::string TemporaryFolderOfUser() {
   std::error_code error;
   fs::path temporary = fs::temp_directory_path(error);
   if (error) temporary = ".";
   return (temporary / ("vxrun-" + std::to_string(getuid()))).string() + "/";
 }
 
-std::string DefaultConfigFolder() {
-  const char* xdg = std::getenv("XDG_CONFIG_HOME");
-  if (xdg != nullptr && xdg[0] == '/') return std::string(xdg) + "/vxrun/";
-  const char* home = std::getenv("HOME");
-  if (home != nullptr && home[0] == '/') return std::string(home) + "/.config/vxrun/";
-  return "";
+}  // namespace
+
+std::string DefaultCacheFolder() {
+  const std::string folder = FolderOfUser("XDG_CACHE_HOME", "/.cache");
+  return folder.empty() ? TemporaryFolderOfUser() : folder;
+}
+
+std::string DefaultConfigFolder() { return FolderOfUser("XDG_CONFIG_HOME", "/.config"); }
+
+std::string DefaultStateFolder() {
+  const std::string folder = FolderOfUser("XDG_DATA_HOME", "/.local/share");
+  return (folder.empty() ? TemporaryFolderOfUser() : folder) + "states/";
 }
 
 bool EnsureFolder(const std::string& path) noexcept {

@@ -13,6 +13,10 @@ std::string DefaultCacheFolder();
 // $HOME/.config/vxrun/. Empty when neither is known.
 std::string DefaultConfigFolder();
 
+// The user's folder for saved states, ending in "/": $XDG_DATA_HOME/vxrun/states/, or
+// $HOME/.local/share/vxrun/states/, or a folder among the temporary files when neither is known.
+std::string DefaultStateFolder();
+
 // Makes the folder and all above it; true if it is there and is a folder afterwards.
 bool EnsureFolder(const std::string& path) noexcept;
 

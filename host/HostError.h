@@ -18,6 +18,7 @@ enum class EExitCode : int {
   OutOfMemory = 8,
   Desync = 9,
   MovieUnusable = 10,
+  StateUnusable = 11,
   Interrupted = 130,
 };
 
@@ -39,6 +40,7 @@ inline constexpr SExitCodeText kExitCodeTexts[] = {
   { EExitCode::OutOfMemory,       "the pack needs more memory than there is" },
   { EExitCode::Desync,            "the machine left the path that the input movie recorded" },
   { EExitCode::MovieUnusable,     "the input movie is damaged, or made with another pack" },
+  { EExitCode::StateUnusable,     "the saved state is damaged, or is not one of this run's pack and settings" },
   { EExitCode::Interrupted,       "interrupted before the last frame that was asked for" },
 };
 // clang-format on

@@ -59,6 +59,7 @@ class CHostServices {
   // its input alone.
   void SetBoardClock(f64 milliseconds);
   void UseRealClock() { bBoardClock_.store(false, std::memory_order_release); }
+  bool HasBoardClock() const { return bBoardClock_.load(std::memory_order_acquire); }
   f64 ClockMs() const noexcept;
 
   CHostServices(const CHostServices&) = delete;
@@ -82,6 +83,22 @@ class CHostServices {
   std::atomic<bool> bConfigLocked_{false};
   std::atomic<bool> bBoardClock_{false};
   std::atomic<f64> boardClockMs_{0};
+};
+
+// Lets the clock that the board sees stand for the lifetime of the object.
+class CClockHold {
+ public:
+  CClockHold() : bHeld_(!CHostServices::Get().HasBoardClock()) {
+    if (bHeld_) CHostServices::Get().SetBoardClock(CHostServices::Get().ClockMs());
+  }
+  ~CClockHold() {
+    if (bHeld_) CHostServices::Get().UseRealClock();
+  }
+  CClockHold(const CClockHold&) = delete;
+  CClockHold& operator=(const CClockHold&) = delete;
+
+ private:
+  bool bHeld_;
 };
 
 }  // namespace vx

@@ -17,11 +17,14 @@ void CPlayControl::Take(u32 pressed, u32 held) {
   if ((pressed & kHostScreenshot) != 0) bScreenshot_ = true;
   if ((pressed & kHostQuit) != 0) bLeft_ = true;
   bFast_ = (held & kHostFastForward) != 0;
+  bRewinding_ = (held & kHostRewind) != 0;
+  stateActions_ |= pressed & kHostStateActions;
 }
 
 bool CPlayControl::TakeFrame() { return std::exchange(bStep_, false) || !bPaused_; }
 bool CPlayControl::TakeReset() { return std::exchange(bReset_, false); }
 bool CPlayControl::TakeScreenshot() { return std::exchange(bScreenshot_, false); }
+u32 CPlayControl::TakeStateActions() { return std::exchange(stateActions_, 0); }
 
 std::string WindowTitle(const std::string& name, const CPlayControl& play,
                         const SDiskProgress& disk) {
@@ -30,6 +33,7 @@ std::string WindowTitle(const std::string& name, const CPlayControl& play,
     states += (states.empty() ? "" : ", ") + state;
   };
   if (play.IsPaused()) add("paused");
+  if (play.IsRewinding()) add("rewind");
   if (play.IsFast()) add("fast forward");
   if (play.IsMuted()) add("muted");
   if (!disk.IsComplete()) add(Format("disk %u%%", disk.Percent()));

@@ -1,5 +1,5 @@
-// Pause, single steps, fast forward and sound as a player switches them; what the run is to do
-// next.
+// Pause, single steps, fast forward, rewind and sound as a player switches them; what the run is to
+// do next.
 #pragma once
 
 #include <optional>
@@ -31,9 +31,14 @@ class CPlayControl {
   // Whether these were asked for since the last call.
   bool TakeReset();
   bool TakeScreenshot();
+  // What was asked for of saved states since the last call, of kHostStateActions.
+  u32 TakeStateActions();
+  // The next frame runs even in a pause, so that it is seen where the machine is now.
+  void ShowFrame() { bStep_ = bPaused_; }
 
   bool IsPaused() const { return bPaused_; }
-  bool IsFast() const { return bFast_ && !bPaused_; }
+  bool IsFast() const { return bFast_ && !bPaused_ && !bRewinding_; }
+  bool IsRewinding() const { return bRewinding_; }
   bool IsMuted() const { return bMuted_; }
   bool IsLeft() const { return bLeft_; }
 
@@ -45,6 +50,8 @@ class CPlayControl {
   bool bReset_ = false;
   bool bScreenshot_ = false;
   bool bLeft_ = false;
+  bool bRewinding_ = false;
+  u32 stateActions_ = 0;
 };
 
 // The window's title: the name, and in brackets what is out of the ordinary.

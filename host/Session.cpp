@@ -89,6 +89,26 @@ void CSession::Reset() {
   machine_->ApplySettings();
 }
 
+void CSession::SaveState(CStateBuffer& state, bool bTransient) {
+  SStateStream target{state.Data(), static_cast<u32>(kStateBufferSize), 0, 0};
+  machine_->SaveState(&target, bTransient ? 1 : 0);
+  if (target.position > kStateBufferSize) {
+    throw CHostError(EExitCode::StateUnusable,
+                     packPath_ + Format(": the machine's state takes %u bytes, and there is room "
+                                        "for %u",
+                                        target.position, static_cast<u32>(kStateBufferSize)));
+  }
+  state.SetBytes(target.position);
+}
+
+bool CSession::LoadState(std::span<const u8> stream) {
+  if (stream.size() < sizeof(u32)) return false;  // the component asks for the version at least
+  // A stream serves both ways; loading reads it.
+  SStateStream source{const_cast<u8*>(stream.data()), static_cast<u32>(stream.size()), 0, 0};
+  CHostServices::Get().Panner().ForgetGains();
+  return machine_->LoadState(&source);
+}
+
 SDiskProgress CSession::DiskProgress() const {
   // Blocks are told apart by their size alone, so ROMs of a chunk's size have been counted too.
   const u32 counted = CHostServices::Get().CountedInflates();

@@ -4,11 +4,13 @@
 
 #include <exception>
 #include <functional>
+#include <span>
 #include <string>
 
 #include "host/Component.h"
 #include "host/PackCheck.h"
 #include "host/PlayControl.h"
+#include "host/StateBuffer.h"
 #include "plugin/Quillon.h"
 
 namespace vx {
@@ -45,6 +47,14 @@ class CSession {
 
   // Power-on state again, with the settings as they are now.
   void Reset();
+
+  // The whole state of the machine, between two frames. A transient one is for going back within
+  // this run: loading it does not make scripts start anew. Throws CHostError (StateUnusable) if the
+  // machine needs more room than it asks a host for.
+  void SaveState(CStateBuffer& state, bool bTransient);
+  // False if the component refuses it; then the machine may be half changed and wants another state
+  // or a reset.
+  bool LoadState(std::span<const u8> stream);
 
   // How far the disk of this pack is unpacked. One session of the process at a time.
   SDiskProgress DiskProgress() const;
