@@ -30,6 +30,9 @@ class CMovieDeck {
   // Frames of the movie that plays, 0 without one.
   u64 MovieFrames() const { return movie_ ? movie_->frames : 0; }
 
+  // The settings blob that is in force.
+  const SConfigBlob& Config() const { return config_; }
+
   // The input of the next frame, as long as the movie that plays has one.
   std::optional<SMovieInput> NextInput();
   // Takes the frame that has run with this input. False if the machine has left the path of the

@@ -16,8 +16,12 @@ std::string Footer() {
   std::string text =
       "Keys: arrows move, A S D and Z X C are the buttons, 1 starts, 5 inserts a coin, F2 is the\n"
       "test switch. Second player: I K J L, R T Y and F G H, 2, 6. Controllers work too.\n"
-      "P pauses, N runs one frame, Tab held is fast forward, F12 saves a screenshot and names its\n"
-      "file, F3 resets the board, M mutes, Esc quits. --list-controls shows all of them.\n"
+      "P pauses, N runs one frame, Tab held is fast forward, B held goes back. F5 saves a state, "
+      "F8\n"
+      "loads it, F6 and F7 choose one of ten slots, F9 and F10 undo a load and a save, F11 lists "
+      "the\n"
+      "slots. F12 saves a screenshot and names its file, F3 resets the board, M mutes, Esc quits.\n"
+      "--list-controls shows all of them.\n"
       "\nExit codes:\n";
   for (const SExitCodeText& row : kExitCodeTexts) {
     text += Format("  %3d  %s\n", static_cast<int>(row.code), row.meaning);
@@ -90,15 +94,41 @@ void Declare(CLI::App& app, SOptions& options) {
                  "File of keys and controller parts [~/.config/vxrun/controls.conf]")
       ->type_name("FILE")
       ->group("Input");
-  app.add_option("--input", options.inputPath,
-                 "Play an input movie, recorded or written; the run ends with its last frame")
-      ->type_name("FILE")
-      ->excludes(settings)
-      ->excludes(saveSettings)
-      ->group("Input");
-  app.add_option("--record-input", options.recordPath, "Record the input as a movie")
-      ->type_name("FILE")
-      ->group("Input");
+  CLI::Option* input =
+      app.add_option("--input", options.inputPath,
+                     "Play an input movie, recorded or written; the run ends with its last frame")
+          ->type_name("FILE")
+          ->excludes(settings)
+          ->excludes(saveSettings)
+          ->group("Input");
+  CLI::Option* record =
+      app.add_option("--record-input", options.recordPath, "Record the input as a movie")
+          ->type_name("FILE")
+          ->group("Input");
+  app.add_option("--load-state", options.loadState, "Go on from a saved state: a slot or a file")
+      ->type_name("0-9|FILE")
+      ->excludes(input)
+      ->excludes(record)
+      ->group("States");
+  app.add_option("--save-state", options.saveState, "Save a state after the last frame")
+      ->type_name("0-9|FILE")
+      ->group("States");
+  app.add_flag("--list-states", options.bListStates, "Show the slots of this pack, and end")
+      ->group("States");
+  app.add_option("--states", options.stateFolder,
+                 "Folder of the slots [~/.local/share/vxrun/states/]")
+      ->type_name("DIR")
+      ->group("States");
+  app.add_option("--rewind", options.rewindSeconds,
+                 "Seconds that a window can go back; 0 for none [60]")
+      ->type_name("N")
+      ->check(CLI::Range(0u, 600u))
+      ->group("States");
+  app.add_option("--run-ahead", options.runAhead,
+                 "Show the picture of N frames on, so that input is seen earlier")
+      ->type_name("N")
+      ->check(CLI::Range(0u, 4u))
+      ->group("States");
   app.add_flag("--list-controls", options.bListControls,
                "Show all controls, as a file for --controls, and end")
       ->group("Input");

@@ -23,6 +23,13 @@ struct SOptions {
   std::string inputPath;   // movie to play
   std::string recordPath;  // movie to record
 
+  std::string stateFolder;  // empty: the user's own
+  std::string loadState;    // slot or file; empty: none
+  std::string saveState;
+  bool bListStates = false;
+  u32 rewindSeconds = 60;  // 0: off
+  u32 runAhead = 0;        // frames
+
   bool bHeadless = false;
   u64 frames = 0;   // 0: until stopped
   f64 seconds = 0;  // of board time; 0: by frames

@@ -20,8 +20,11 @@
 #include "host/vxrun/MovieDeck.h"
 #include "host/vxrun/Outputs.h"
 #include "host/vxrun/Progress.h"
+#include "host/vxrun/RewindDeck.h"
+#include "host/vxrun/RunAhead.h"
 #include "host/vxrun/Setup.h"
 #include "host/vxrun/Stage.h"
+#include "host/vxrun/StateDeck.h"
 #include "host/vxrun/StopSignal.h"
 
 namespace vx {
@@ -48,28 +51,33 @@ void PrepareServices(const SOptions& options, std::optional<CTemporaryFolder>& o
 class CRun {
  public:
   CRun(const SOptions& options, const CStartClock& startClock, const CComponent& component,
-       const std::vector<SBinding>& bindings, CMovieDeck* movies)
+       const std::vector<SBinding>& bindings, CMovieDeck* movies, const SStateOwner& owner)
       : options_(options),
         startClock_(startClock),
         component_(component),
         movies_(movies),
         outputs_(options),
-        session_(component, Hooks()) {
-    if (!options.bHeadless) {
-      video_.emplace();
-      stage_.emplace(options, bindings, session_);
+        session_(component, Hooks()),
+        states_(options, owner, session_, movies != nullptr ? EMovieRuns::Yes : EMovieRuns::No) {
+    if (options.runAhead != 0) ahead_.emplace(session_, options.runAhead);
+    if (options.bHeadless) return;
+    video_.emplace();
+    stage_.emplace(options, bindings, session_);
+    if (options.rewindSeconds != 0 && movies == nullptr) {
+      rewind_.emplace(session_, options.rewindSeconds, component.FrameRate());
     }
   }
 
   EExitCode Play(const SPackInfo& pack) {
     session_.Start(options_.packPath, pack);
-    const u64 limit = FrameLimit();
+    if (!options_.loadState.empty()) states_.LoadFrom(options_.loadState);
+    limit_ = FrameLimit();
     const u64 startNs = MonotonicNs();
-    PlayFrames(limit, startNs);
+    PlayFrames(startNs);
     const f64 seconds = static_cast<f64>(MonotonicNs() - startNs) / 1e9;
     Report(seconds);
     if (movies_ != nullptr) movies_->ThrowIfDesynced();
-    const bool bCutShort = StopRequested() && limit != 0 && framesDone_ < limit;
+    const bool bCutShort = StopRequested() && limit_ != 0 && framesDone_ < limit_;
     return bCutShort ? EExitCode::Interrupted : EExitCode::Ok;
   }
 
@@ -84,23 +92,37 @@ class CRun {
 
   SSessionHooks Hooks() {
     return {
-        .wantsPicture =
-            [this] {
-              return (stage_ && stage_->WantsPicture()) || outputs_.WantsPicture(framesDone_ + 1);
-            },
+        .wantsPicture = [this] { return IsShown() || IsKept(); },
         .onPicture = [this](const u32* pixels, u32 width,
                             u32 height) { TakePicture(pixels, width, height); },
         .onSound = [this](const i16* samples, u32 count) { TakeSound(samples, count); },
     };
   }
 
+  bool CountsFrame() const { return use_ == EFrameUse::Game || use_ == EFrameUse::GameUnseen; }
+  // Whether the picture of the frame that runs goes to the window.
+  bool IsShown() const {
+    const bool bSeen = use_ != EFrameUse::GameUnseen && use_ != EFrameUse::Ahead;
+    return bSeen && stage_ && stage_->WantsPicture();
+  }
+  // Whether it goes into a file.
+  bool IsKept() const {
+    const u64 frame = framesDone_ + 1;
+    const bool bForState = !stage_ && !options_.saveState.empty() && frame == limit_;
+    return CountsFrame() && (outputs_.WantsPicture(frame) || bForState);
+  }
+
   void TakePicture(const u32* pixels, u32 width, u32 height) {
     const u64 frame = framesDone_ + 1;
-    if (stage_) stage_->TakePicture(frame, pixels, width, height);
-    if (outputs_.WantsPicture(frame)) outputs_.TakePicture(frame, pixels, width, height);
+    states_.TakePicture(pixels, width, height);
+    if (IsShown()) stage_->TakePicture(frame, pixels, width, height);
+    if (CountsFrame() && outputs_.WantsPicture(frame)) {
+      outputs_.TakePicture(frame, pixels, width, height);
+    }
   }
 
   void TakeSound(const i16* samples, u32 count) {
+    if (!CountsFrame()) return;
     outputs_.TakeSound(samples, count, RateHz());
     if (stage_) stage_->TakeSound(samples, count, RateHz());
   }
@@ -110,15 +132,21 @@ class CRun {
     return rate > 0 && rate <= 1'000'000 ? static_cast<u32>(rate) : 0;
   }
 
-  void PlayFrames(u64 limit, u64 startNs) {
+  void PlayFrames(u64 startNs) {
     CProgress progress;
     CFramePacer pacer(component_.FrameRate(), startNs);
-    while (!StopRequested() && (limit == 0 || framesDone_ < limit)) {
+    while (!StopRequested() && (limit_ == 0 || framesDone_ < limit_)) {
       if (stage_ && !stage_->HandleEvents()) break;
-      const bool bRuns = !stage_ || stage_->Play().TakeFrame();
-      if (bRuns && !PlayFrame()) break;
+      if (stage_) TakeStateActions();
+      const bool bBack = stage_ && rewind_ && stage_->Play().IsRewinding();
+      const bool bRuns = bBack || !stage_ || stage_->Play().TakeFrame();
+      if (bBack) {
+        GoBack();
+      } else if (bRuns && !PlayFrame()) {
+        break;
+      }
       if (stage_) stage_->Present(session_.DiskProgress());
-      ShowProgress(progress, limit);
+      ShowProgress(progress);
       if (!bRuns) {
         stage_->Idle();
       } else if (stage_ && !options_.bUnthrottled && !stage_->Play().IsFast()) {
@@ -139,13 +167,43 @@ class CRun {
       records[player].systemBits = input.systemBits[player];
     }
     if (input.bReset) session_.Reset();
+    // Fast forward shows few pictures, and none of them is waited for.
+    const bool bAhead = ahead_ && !(stage_ && stage_->Play().IsFast());
+    use_ = bAhead ? EFrameUse::GameUnseen : EFrameUse::Game;
     session_.RunFrame(records.data(), kHostPlayers);
     ++framesDone_;
     outputs_.EndFrame(framesDone_, session_);
+    if (rewind_) rewind_->EndFrame();
+    if (bAhead) ahead_->Run(records.data(), kHostPlayers, use_);
     if (framesDone_ == 1 && options_.bTimeToFirstFrame) {
       std::printf("first frame after %.1f ms\n", startClock_.ElapsedMs());
     }
     return movies_ == nullptr || movies_->EndFrame(input, session_);
+  }
+
+  // A step of the rewind key.
+  void GoBack() {
+    if (!rewind_->StepBack()) return;
+    use_ = EFrameUse::Back;
+    const SInputRecord nothingHeld[kHostPlayers];
+    session_.RunFrame(nothingHeld, kHostPlayers);
+    use_ = EFrameUse::Game;
+  }
+
+  void TakeStateActions() {
+    const u32 actions = stage_->Play().TakeStateActions();
+    if (actions == 0) return;
+    const auto on = [&](u32 action, auto&& call) {
+      if ((actions & action) != 0) stage_->Tell(call());
+    };
+    on(kHostPreviousSlot, [&] { return states_.MoveSlot(-1); });
+    on(kHostNextSlot, [&] { return states_.MoveSlot(1); });
+    on(kHostSaveState, [&] { return states_.Save(); });
+    on(kHostLoadState, [&] { return states_.Load(); });
+    on(kHostUndoLoad, [&] { return states_.UndoLoad(); });
+    on(kHostUndoSave, [&] { return states_.UndoSave(); });
+    on(kHostListStates, [&] { return states_.List(); });
+    if ((actions & (kHostLoadState | kHostUndoLoad)) != 0) stage_->Play().ShowFrame();
   }
 
   // What the player holds now; nothing without a window.
@@ -163,16 +221,19 @@ class CRun {
   }
 
   // A window tells the number of frames to nobody, but its disk too may take a while.
-  void ShowProgress(CProgress& progress, u64 limit) {
+  void ShowProgress(CProgress& progress) {
     if (!progress.IsDue()) return;
     const SDiskProgress disk = session_.DiskProgress();
     const bool bShown = !stage_ || !disk.IsComplete();
-    progress.Draw(bShown ? ProgressLine(framesDone_, limit, disk) : "");
+    progress.Draw(bShown ? ProgressLine(framesDone_, limit_, disk) : "");
   }
 
   void Report(f64 seconds) {
     std::string written = outputs_.Finish(framesDone_, RateHz());
     if (movies_ != nullptr) written += movies_->Finish(session_);
+    if (!options_.saveState.empty()) {
+      written += "; state in " + states_.SaveTo(options_.saveState);
+    }
     if (!stage_) std::printf("%s\n", written.c_str());
     if (!options_.bUnthrottled || framesDone_ == 0 || seconds <= 0) return;
     // The board spends one cycle on an instruction and more where it has to wait.
@@ -191,8 +252,27 @@ class CRun {
   std::optional<CStage> stage_;
   COutputs outputs_;
   u64 framesDone_ = 0;
-  CSession session_;  // last: its hooks use the rest
+  u64 limit_ = 0;  // of frames; 0: none
+  EFrameUse use_ = EFrameUse::Game;
+  CSession session_;  // its hooks use the above
+  CStateDeck states_;
+  std::optional<CRewindDeck> rewind_;
+  std::optional<CRunAhead> ahead_;
 };
+
+SStateOwner MakeOwner(const SOptions& options, const CComponent& component,
+                      const CMovieDeck* movies) {
+  SStateOwner owner;
+  owner.pack = IdentifyPack(component, options.packPath);
+  owner.machineHash = component.Table().GetMachineHash();
+  owner.settings = CSettings(component.Table().GetSettings()).Assignments();
+  if (movies != nullptr) {
+    owner.config = movies->Config();
+  } else {
+    component.Table().SaveConfigBlob(&owner.config);
+  }
+  return owner;
+}
 
 }  // namespace
 
@@ -222,7 +302,13 @@ EExitCode Run(const SOptions& options, const CStartClock& startClock) {
   if (CMovieDeck::IsNeeded(options)) {
     movies.emplace(options, component, IdentifyPack(component, options.packPath));
   }
-  CRun run(options, startClock, component, bindings, movies ? &*movies : nullptr);
+  CMovieDeck* const deck = movies ? &*movies : nullptr;
+  const SStateOwner owner = MakeOwner(options, component, deck);
+  if (options.bListStates) {
+    std::fputs(ListStates(options, owner).c_str(), stdout);
+    return EExitCode::Ok;
+  }
+  CRun run(options, startClock, component, bindings, deck, owner);
   return run.Play(*pack);
 }
 

@@ -13,6 +13,7 @@ namespace vx {
 namespace {
 constexpr u64 kFastShowEveryNs = 16'000'000;  // fast forward shows no more than a screen can
 constexpr i32 kIdleMs = 20;
+constexpr u64 kTellNs = 2'500'000'000;
 }  // namespace
 
 CStage::CStage(const SOptions& options, const std::vector<SBinding>& bindings, CSession& session)
@@ -54,9 +55,17 @@ void CStage::TakeSound(const i16* samples, u32 count, u32 rateHz) {
   audio_.Play(samples, count, rateHz, bFree ? ESoundPace::Free : ESoundPace::RealTime);
 }
 
+void CStage::Tell(const std::string& text) {
+  std::printf("%s\n", text.c_str());
+  std::fflush(stdout);
+  told_ = text.substr(0, text.find('\n'));
+  toldUntilNs_ = MonotonicNs() + kTellNs;
+}
+
 void CStage::Present(const SDiskProgress& disk) {
   if (play_.TakeScreenshot()) SaveScreenshot();
-  window_.SetTitle(WindowTitle(packName_, play_, disk));
+  const bool bTells = MonotonicNs() < toldUntilNs_;
+  window_.SetTitle(WindowTitle(packName_, play_, disk) + (bTells ? " - " + told_ : ""));
   if (!WantsPicture()) return;
   shownNs_ = MonotonicNs();
   window_.Present();

@@ -32,6 +32,9 @@ class CStage {
   void TakePicture(u64 frame, const u32* pixels, u32 width, u32 height);
   void TakeSound(const i16* samples, u32 count, u32 rateHz);
 
+  // Says something to the player: on a line of its own, and for a while in the title.
+  void Tell(const std::string& text);
+
   // Shows the latest picture, and in the title how things are.
   void Present(const SDiskProgress& disk);
   // Lets a little time pass, unless the player does something.
@@ -47,6 +50,8 @@ class CStage {
   CControls controls_;
   CAudio audio_;
   CPlayControl play_;
+  std::string told_;
+  u64 toldUntilNs_ = 0;
   u64 shownNs_ = 0;  // when the latest picture was shown
   std::vector<u32> picture_;
   u32 pictureWidth_ = 0;

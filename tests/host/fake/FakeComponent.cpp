@@ -67,7 +67,9 @@ u32 soundRateValues[5] = {0, 0, 0, 96000, 1};
 u32 blindEveryValues[5] = {0, 0, 0, 100, 1};
 u32 driftValues[5] = {0, 0, 0, 100000, 1};
 u32 diskStopValues[5] = {100, 100, 0, 100, 1};
+u32 stateKiBValues[5] = {0, 0, 0, 30000, 1};
 u8 refuseValues[5] = {0, 0, 0, 1, 1};
+u8 refuseStatesValues[5] = {0, 0, 0, 1, 1};
 u8 chattyValues[5] = {0, 0, 0, 1, 1};
 u8 clockCountsValues[5] = {0, 0, 0, 1, 1};
 const wchar_t* const kClockNames[] = {L"0.5", L"1.0", L"2.0", L"3.0"};
@@ -91,6 +93,9 @@ SSettingRecord settings[] = {
     MakeSetting("FAKE_ClockCounts", ESettingKind::Boolean, clockCountsValues),
     // From this frame on the state's hash is another one; 0 for never.
     MakeSetting("FAKE_DriftFrom", ESettingKind::Integer, driftValues),
+    // A state has this much ballast; states are refused after they have been read.
+    MakeSetting("FAKE_StateKiB", ESettingKind::Integer, stateKiBValues),
+    MakeSetting("FAKE_RefuseStates", ESettingKind::Boolean, refuseStatesValues),
     // The disk is unpacked up to this chunk only.
     MakeSetting("FAKE_DiskStop", ESettingKind::Integer, diskStopValues),
 };
@@ -111,6 +116,7 @@ struct SEntry {
 static_assert(sizeof(SEntry) == 64);
 
 constexpr u32 kMemoryBytes = 64;
+constexpr u32 kStateVersion = 4;
 
 class CFakeMachine final : public CQuillonMachineBase {
  public:
@@ -135,8 +141,29 @@ class CFakeMachine final : public CQuillonMachineBase {
     seen_ = 0;
   }
   bool IsLoaded() noexcept override { return bLoaded_; }
-  void SaveState(SStateStream*, u8) noexcept override {}
-  bool LoadState(SStateStream*) noexcept override { return false; }
+  void SaveState(SStateStream* stream, u8 transient) noexcept override {
+    Note(transient != 0 ? "SaveTransient" : "SaveState");
+    WriteValue(*stream, kStateVersion);
+    WriteValue(*stream, frame_);
+    WriteValue(*stream, padBits_);
+    WriteValue(*stream, seen_);
+    WriteBytes(*stream, memory_, sizeof(memory_));
+    for (u32 i = 0; i < stateKiBValues[0]; ++i) {
+      const std::vector<u8> ballast(1024, static_cast<u8>(frame_ * 7 + i));
+      WriteBytes(*stream, ballast.data(), 1024);
+    }
+  }
+  bool LoadState(SStateStream* stream) noexcept override {
+    Note("LoadState");
+    u32 version = 0;
+    ReadValue(*stream, version);
+    if (version != kStateVersion) return false;
+    ReadValue(*stream, frame_);
+    ReadValue(*stream, padBits_);
+    ReadValue(*stream, seen_);
+    ReadBytes(*stream, memory_, sizeof(memory_));
+    return refuseStatesValues[0] == 0;
+  }
   u64 GetFrameCount() noexcept override { return frame_; }
   void ApplySettings() noexcept override { Note("ApplySettings"); }
   void SetInput(const SInputRecord* records, u32 count) noexcept override {
@@ -257,6 +284,7 @@ void DestroyMachine(CQuillonMachineBase* machine) {
   Note("DestroyMachine");
   if (machine != nullptr) machine->Destruct(1);
 }
+u64 GetMachineHash() { return 0xFA4E; }
 f64 GetFrameRate() { return 60.0; }
 void GetInputBindings(SInputBinding* bindings) {
   std::memset(bindings, 0, sizeof(*bindings) * kInputBindingCount);
@@ -321,6 +349,7 @@ extern "C" {
   table.Shutdown = Shutdown;
   table.CreateMachine = CreateMachine;
   table.DestroyMachine = DestroyMachine;
+  table.GetMachineHash = GetMachineHash;
   table.GetFrameRate = GetFrameRate;
   table.GetInputBindings = GetInputBindings;
   table.GetSettings = GetSettings;
