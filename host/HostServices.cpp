@@ -44,7 +44,10 @@ u64 HashDataMore(const void* data, u64 bytes, u64 previous) {
   return XXH3_64bits_withSeed(data, bytes, previous);
 }
 
-f64 GetClockMs() { return CHostServices::Get().ClockMs(); }
+f64 GetClockMs() {
+  CHostServices::Get().CountClockRead();
+  return CHostServices::Get().ClockMs();
+}
 
 void* AcquireFrameBuffer(u64 /*frameSequence*/, u32 width, u32 height, u32 bytesPerPixel,
                          bool /*bSpeculative*/) {

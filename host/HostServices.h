@@ -61,6 +61,9 @@ class CHostServices {
   void UseRealClock() { bBoardClock_.store(false, std::memory_order_release); }
   bool HasBoardClock() const { return bBoardClock_.load(std::memory_order_acquire); }
   f64 ClockMs() const noexcept;
+  // How often the component has asked for the clock: it does for each sector that its guest writes.
+  u64 ClockReads() const { return clockReads_.load(std::memory_order_relaxed); }
+  void CountClockRead() noexcept { clockReads_.fetch_add(1, std::memory_order_relaxed); }
 
   CHostServices(const CHostServices&) = delete;
   CHostServices& operator=(const CHostServices&) = delete;
@@ -83,6 +86,7 @@ class CHostServices {
   std::atomic<bool> bConfigLocked_{false};
   std::atomic<bool> bBoardClock_{false};
   std::atomic<f64> boardClockMs_{0};
+  std::atomic<u64> clockReads_{0};
 };
 
 // Lets the clock that the board sees stand for the lifetime of the object.

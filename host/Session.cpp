@@ -9,6 +9,7 @@
 #include "host/HashLog.h"
 #include "host/HostError.h"
 #include "host/HostServices.h"
+#include "host/StateDisk.h"
 #include "host/Text.h"
 
 namespace vx {
@@ -72,6 +73,7 @@ void CSession::CheckPackName(const std::string& packPath) {
 void CSession::Start(const std::string& packPath, const SPackInfo& pack) {
   packPath_ = packPath;
   pack_ = pack;
+  packDisk_.emplace(packPath);
   CheckPackName(packPath);
   CHostServices::Get().ClearInflateFailures();
   CHostServices::Get().CountInflates(pack.chunkBytes);
@@ -101,11 +103,19 @@ void CSession::SaveState(CStateBuffer& state, bool bTransient) {
   state.SetBytes(target.position);
 }
 
-bool CSession::LoadState(std::span<const u8> stream) {
+bool CSession::LoadState(std::span<const u8> stream, std::span<const u8> present) {
+  CHostServices::Get().Panner().ForgetGains();
+  if (!present.empty() && packDisk_) {
+    const auto restoring = AddLostSectors(stream, present, *packDisk_);
+    if (restoring && !LoadStream(*restoring)) return false;
+  }
+  return LoadStream(stream);
+}
+
+bool CSession::LoadStream(std::span<const u8> stream) {
   if (stream.size() < sizeof(u32)) return false;  // the component asks for the version at least
   // A stream serves both ways; loading reads it.
   SStateStream source{const_cast<u8*>(stream.data()), static_cast<u32>(stream.size()), 0, 0};
-  CHostServices::Get().Panner().ForgetGains();
   return machine_->LoadState(&source);
 }
 

@@ -4,11 +4,13 @@
 
 #include <exception>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "host/Component.h"
 #include "host/PackCheck.h"
+#include "host/PackDisk.h"
 #include "host/PlayControl.h"
 #include "host/StateBuffer.h"
 #include "plugin/Quillon.h"
@@ -52,9 +54,10 @@ class CSession {
   // this run: loading it does not make scripts start anew. Throws CHostError (StateUnusable) if the
   // machine needs more room than it asks a host for.
   void SaveState(CStateBuffer& state, bool bTransient);
-  // False if the component refuses it; then the machine may be half changed and wants another state
-  // or a reset.
-  bool LoadState(std::span<const u8> stream);
+  // Goes on from a state. `present` is the one that the machine is in, so that what the guest has
+  // written to its disk since the other goes back too; empty if it has written nothing. False if
+  // the component refuses it; then the machine may be half changed and wants another state.
+  bool LoadState(std::span<const u8> stream, std::span<const u8> present = {});
 
   // How far the disk of this pack is unpacked. One session of the process at a time.
   SDiskProgress DiskProgress() const;
@@ -80,11 +83,13 @@ class CSession {
   template <typename TCall>
   void Shield(TCall&& call) noexcept;
 
+  bool LoadStream(std::span<const u8> stream);
   void CheckForDamage() const;
 
   const CComponent& component_;
   SSessionHooks hooks_;
   std::string packPath_;
+  std::optional<CPackDisk> packDisk_;
   SPackInfo pack_;
   CQuillonMachineBase* machine_ = nullptr;
   bool bPictureMade_ = false;  // in the frame that runs

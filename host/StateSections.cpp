@@ -19,7 +19,6 @@ constexpr u64 kSoundBlockBytes = 13792;
 constexpr u64 kDriveBytes = 584 + 32 + 512;
 constexpr u64 kSoundLinkBytes = 120;
 constexpr u64 kTransientBytes = 1;
-constexpr u64 kSectorBytes = 512;
 
 struct SDeltaHead {
   u64 reserved0;

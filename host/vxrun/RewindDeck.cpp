@@ -32,7 +32,8 @@ bool CRewindDeck::StepBack() {
   framesSinceStep_ = 0;
   if (!history_.Pop(state_)) return false;
   framesSincePush_ = 0;
-  if (session_.LoadState(state_)) return true;
+  session_.SaveState(buffer_, true);
+  if (session_.LoadState(state_, buffer_.Stream())) return true;
   throw CHostError(EExitCode::StateUnusable, "--rewind: the machine cannot be put back");
 }
 

@@ -30,6 +30,7 @@ class CRunAhead {
   CSession& session_;
   u32 frames_;
   CStateBuffer state_;
+  CStateBuffer present_;  // when it is needed
 };
 
 }  // namespace vx

@@ -53,7 +53,7 @@ void CStateDeck::CheckMayLoad() const {
 void CStateDeck::Go(std::span<const u8> stream, const std::string& path) {
   CStateBuffer before;
   session_.SaveState(before, true);
-  if (!session_.LoadState(stream)) {
+  if (!session_.LoadState(stream, before.Stream())) {
     session_.LoadState(before.Stream());
     throw CHostError(EExitCode::StateUnusable, path + ": is refused by the component");
   }

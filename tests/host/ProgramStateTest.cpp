@@ -81,7 +81,7 @@ TEST_F(CProgramState, AStateOfOtherSettingsIsRefusedWithTheirNames) {
 TEST_F(CProgramState, AStateOfAnotherPackIsRefused) {
   RunWell({"--frames", "10", "--save-state", "3"});
   test::STestPack other;
-  other.entries[2].hash ^= 1;
+  other.directory.roms[2].hash ^= 1;
   pack = other.WriteAs("good.qilhard");
   ExpectSentence(Run({"--frames", "2", "--load-state", "3"}), 11,
                  slot3 + ": was saved with another pack");

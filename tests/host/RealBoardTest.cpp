@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "host/Component.h"
 #include "host/ControlNames.h"
@@ -34,6 +35,13 @@ class CRealBoard : public testing::TestWithParam<const char*> {
   std::string WriteMovie(const std::string& lines) {
     const std::string text = "vxmovie text 1\n" + lines;
     return test::WriteFile("movie.txt", {text.begin(), text.end()});
+  }
+
+  std::string OtherLayout() const {
+    std::string other = pack;
+    char& letter = other[other.size() - std::string("a.qilhard").size()];
+    letter = letter == 'a' ? 'b' : 'a';
+    return other;
   }
 
   std::string folder = test::TestFolder();
@@ -83,10 +91,53 @@ TEST_P(CRealBoard, TheBlobOfAMovieDictatesClockRateAndSwitches) {
 TEST_P(CRealBoard, AMovieOfTheOtherLayoutIsRefused) {
   const std::string recorded = folder + "recorded.vxm";
   RunWell({pack, "--headless", "--frames", "5", "--record-input", recorded});
-  std::string other = pack;
-  char& letter = other[other.size() - std::string("a.qilhard").size()];
-  letter = letter == 'a' ? 'b' : 'a';
-  EXPECT_EQ(Run({other, "--headless", "--input", recorded}).exitCode, 10);
+  EXPECT_EQ(Run({OtherLayout(), "--headless", "--input", recorded}).exitCode, 10);
+}
+
+TEST_P(CRealBoard, RunAheadLeavesAGameAndItsSoundAsTheyAre) {
+  const std::string movie =
+      WriteMovie("20 SYS:COIN1\n+4 SYS:-\n+9 P1:START,B1\n+4 P1:-\nend 150\n");
+  for (const char* ahead : {"0", "1", "3"}) {
+    RunWell({pack, "--headless", "--input", movie, "--run-ahead", ahead, "--hash-log",
+             folder + "log" + ahead, "--wav", folder + "wav" + ahead});
+  }
+  for (const char* ahead : {"1", "3"}) {
+    EXPECT_EQ(test::ReadWholeFile(folder + "log0"), test::ReadWholeFile(folder + "log" + ahead));
+    EXPECT_EQ(test::ReadWholeFile(folder + "wav0"), test::ReadWholeFile(folder + "wav" + ahead));
+  }
+}
+
+TEST_P(CRealBoard, ARunGoesOnFromASavedStateAsTheOneThatSavedIt) {
+  const std::string caches = folder + "caches";
+  const auto run = [&](const std::string& name, std::vector<std::string> more) {
+    more.insert(more.end(), {pack, "--headless", "--states", folder + "states", "--cache-dir",
+                             caches + name, "--hash-log", folder + name});
+    RunWell(more);
+    return test::ReadWholeFile(folder + name);
+  };
+  const std::string whole = run("whole", {"--frames", "200"});
+  run("first", {"--frames", "120", "--save-state", "7"});
+  const std::string rest = run("rest", {"--frames", "80", "--load-state", "7"});
+  // The second run counts its frames anew.
+  std::string expected = "# frame state picture\n";
+  for (u32 frame = 121; frame <= 200; ++frame) {
+    const std::string number = "\n" + std::to_string(frame) + " ";
+    const std::size_t at = whole.find(number) + number.size();
+    expected += std::to_string(frame - 120) + " " + whole.substr(at, whole.find('\n', at) - at + 1);
+  }
+  EXPECT_EQ(rest, expected);
+}
+
+TEST_P(CRealBoard, AStateOfTheOtherLayoutOrOfAnotherClockIsRefused) {
+  const std::string state = folder + "state";
+  std::filesystem::remove(state);
+  RunWell({pack, "--headless", "--frames", "5", "--save-state", state});
+  EXPECT_EQ(
+      Run({pack, "--headless", "--frames", "5", "--load-state", state, "--set", "VX_MIPSClock=2.0"})
+          .exitCode,
+      11);
+  EXPECT_EQ(Run({OtherLayout(), "--headless", "--frames", "5", "--load-state", state}).exitCode,
+            11);
 }
 
 TEST_P(CRealBoard, TheDisksProgressReachesItsEnd) {
