@@ -44,6 +44,11 @@ f64 CVXMachine::RunTo(void* context, f64 target) {
     const u32 done = m->sound.Run(CyclesBetween(m->state.soundTime, target, clock));
     m->state.soundTime += Elapsed(done, clock);
   }
+  return RunMainTo(context, target);
+}
+
+f64 CVXMachine::RunMainTo(void* context, f64 target) {
+  auto* m = static_cast<CVXMachine*>(context);
   if (target > m->state.mainTime) {
     const f64 clock = MainClock(m);
     const u32 done = RunProcessor(m, CyclesBetween(m->state.mainTime, target, clock));
@@ -180,6 +185,11 @@ void CVXMachine::RunBoundedFrame() {
 }
 
 void CVXMachine::RunFrame() noexcept {
+  // Without a pack there is nothing to look ahead at, and no disk to wait for.
+  if ((state.frameFlags & kFrameLookAhead) != 0 && bLoaded != 0 && parent == nullptr) {
+    RunLookAheadFrame();
+    return;
+  }
   FrameStep();
   if (onVideoFrame != nullptr) onVideoFrame(this, frameTarget, videoWidth, videoHeight, 0, 0, 0, 0);
   MixFrame();

@@ -10,6 +10,7 @@
 #include "blocks/RecordCache.h"
 #include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
+#include "machine/LookAhead.h"
 #include "machine/PackIdentity.h"
 #include "machine/Settings.h"
 #include "machine/VXMachine.h"
@@ -111,6 +112,7 @@ bool LoadDisk(CVXMachine& m, const std::shared_ptr<CQuillonFile>& file,
 }  // namespace
 
 void CVXMachine::Unload() {
+  for (auto& worker : workers) worker.reset();
   StoreRecordCache(*this);
   packHash = 0;
   soundRomHash = 0;

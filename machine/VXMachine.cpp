@@ -7,6 +7,7 @@
 #include "blocks/RecordCache.h"
 #include "devices/DiskOverlay.h"
 #include "machine/HostAccess.h"
+#include "machine/LookAhead.h"
 #include "machine/Settings.h"
 #include "mips3/Memory.h"
 #include "mips3/Processor.h"
@@ -66,6 +67,7 @@ CVXMachine::CVXMachine() {
 }
 
 CVXMachine::~CVXMachine() {
+  for (auto& worker : workers) worker.reset();
   if (flushDeadline != 0.0) FlushPendingOverlay(*this);
   StoreRecordCache(*this);
   StopDiskReader(*this);

@@ -31,7 +31,7 @@
 
 namespace vx {
 
-struct SLookAheadWorker;
+class CLookAheadWorker;
 
 enum EFrameFlag : u32 {
   kFrameScriptListener = 0x1,  // listener vectors are given by a script
@@ -148,6 +148,8 @@ class CVXMachine final : public CQuillonMachineBase {
   void SetInstanceCount(u32 count);
   // Sets or clears an interrupt line in Cause; a change ends a running slice.
   void SetCauseLine(u32 line, bool bRaised);
+  // The queue client of a look-ahead clone: the main processor alone.
+  static f64 RunMainTo(void* context, f64 target);
   // Ends the main processor's running slice at its present cycle; nothing outside a slice.
   void CutSlice();
   // Remembers that the record with this index has been written, so that a reset clears it.
@@ -265,7 +267,7 @@ class CVXMachine final : public CQuillonMachineBase {
   std::atomic<u8> bRandomStart{0};
   u8 bScriptStartSent = 0;
   u8 bPredecodeChanged = 0;
-  SLookAheadWorker* workers[2] = {};
+  std::unique_ptr<CLookAheadWorker> workers[2];  // one a branch; none before the first use
   u8 bResetPending = 0;  // the reset hooks run at the next frame's start
   u8 bFreshPages = 1;    // RAM and page map are as the system gave them
 
@@ -282,6 +284,8 @@ class CVXMachine final : public CQuillonMachineBase {
   void ResetState();
   void ClearTouchedRecords();
   void RunBoundedFrame();
+  void RunLookAheadFrame();
+  void StartBranches();
   bool LoadSections(SStateStream& stream, u32 version);
   void LoadScriptBlobs(SStateStream& stream);
   void LoadPageMap(SStateStream& stream);

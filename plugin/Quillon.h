@@ -95,7 +95,8 @@ static_assert(offsetof(SConfigBlob, dipWord) == 16 && offsetof(SConfigBlob, extr
 
 // The host's services by slot; a slot's byte position is its number times eight. The host keeps the
 // table for the life of the component. A null slot is treated as a service that answers nothing.
-// Inflate, Log and the hooks must be re-entrant: the disk reader and worker threads use them.
+// Inflate, Log, AcquireFrameBuffer and the hooks must be re-entrant: the disk reader's thread and
+// those of look-ahead use them, beside the thread that runs the frame.
 struct SHostApi {
   void* unused0;
   const wchar_t* (*GetCachePath)();  // 1: folder for the component's own files
@@ -165,9 +166,13 @@ class CQuillonMachineBase {
   virtual i64 GetSampleRate() noexcept = 0;                 // 4: Hz
   virtual u8* GetMemoryImage() noexcept = 0;                // 5
   // Power-on state. The host calls ApplySettings after it.
-  virtual void Reset() noexcept = 0;                                           // 6
-  virtual bool IsLoaded() noexcept = 0;                                        // 7
-  virtual void SaveState(SStateStream* stream, u8 transient) noexcept = 0;     // 8
+  virtual void Reset() noexcept = 0;     // 6
+  virtual bool IsLoaded() noexcept = 0;  // 7
+  // Between frames, on their thread, with the stream's position at 0. Writes what fits; the final
+  // position is the size of the whole. A transient state does not tell scripts when it is loaded.
+  virtual void SaveState(SStateStream* stream, u8 transient) noexcept = 0;  // 8
+  // False, and nothing has changed, for a version that is not known. False also for a state of
+  // another disk; then the machine has to be reset. A state belongs to one pack; nothing checks it.
   virtual bool LoadState(SStateStream* stream) noexcept = 0;                   // 9
   virtual u64 GetFrameCount() noexcept = 0;                                    // 10
   virtual void RunFrame() noexcept = 0;                                        // 11
