@@ -28,9 +28,17 @@ TEST(Kernels, GiveTheirChecksumInReplay) {
   ExpectEveryChecksum(board);
 }
 
-TEST(Kernels, GiveTheirChecksumWithTheLibrary) {
+TEST(Kernels, GiveTheirChecksumInNativeBlocks) {
   CBoardEngine board(EBoardWay::Native);
   ExpectEveryChecksum(board);
+}
+
+TEST(Kernels, RunNearlyAllOpsInNativeBlocks) {
+  CBoardEngine board(EBoardWay::Native);
+  for (u32 kernel = 0; kernel < kKernelCount; ++kernel) {
+    const CBoardEngine::SOpCount count = board.CountOps(kernel);
+    EXPECT_GT(count.nativeOps, count.ops - count.ops / 100) << kKernelRows[kernel].name;
+  }
 }
 
 TEST(Kernels, GiveTheirChecksumInUserModeEmulation) {
