@@ -14,6 +14,7 @@ namespace vx {
 namespace {
 
 constexpr u32 kPageWordMask = 0xFFC;
+constexpr u32 kPageWords = 0x400;
 
 u32 RecordIndexOf(const CVXMachine* m, u32 address) { return FlatIndexOfVirtual(m, address) >> 2; }
 
@@ -141,14 +142,12 @@ void ReplayCareful(CVXMachine* m, const SPredecodedOp* record, const SPredecoded
   ++m->cpu.cycles;
 }
 
-void ReplayBlock(CVXMachine* m, u32 index) {
-  const SPredecodedOp* record = &m->records[index];
-  const u32 headIndex = (record->flags & kOpHead) != 0 ? index : record->link;
-  const SPredecodedOp* head = &m->records[headIndex];
+void ReplayBlock(CVXMachine* m, const SPredecodedOp* record) {
+  const SPredecodedOp* const head =
+      (record->flags & kOpHead) != 0 ? record : &m->records[record->link];
   // A record that its head no longer reaches runs alone.
-  const u32 lastIndex = std::max(index, headIndex + head->link - 1);
-  const SPredecodedOp* last = &m->records[lastIndex];
-  if ((head->flags & kOpCareful) != 0) {
+  const SPredecodedOp* const last = std::max(record, head + head->link - 1);
+  if ((head->flags & kOpCareful) != 0) [[unlikely]] {
     ReplayCareful(m, record, last, (head->flags & kOpHasLikely) != 0);
   } else {
     ReplayPlain(m, record, last);
@@ -167,6 +166,7 @@ void RunDelayOp(CVXMachine* m, u32 index, u32 address) {
   ++m->cpu.cycles;
 }
 
+// One step from an address in any state.
 void RunNext(CVXMachine* m) {
   const bool bDelayOp = m->cpu.branchTarget != kNoBranch;
   const u32 address = TakeAddress(m);
@@ -177,14 +177,57 @@ void RunNext(CVXMachine* m) {
     return;
   }
   const SPredecodedOp& record = m->records[index];
-  if (bDelayOp) [[unlikely]] {
+  if (bDelayOp) {
     RunDelayOp(m, index, address);
-  } else if ((record.flags & kOpValid) == 0) [[unlikely]] {
+  } else if ((record.flags & kOpValid) == 0) {
     FormBlock(m, index, address, false);
   } else if ((record.flags & kOpNative) != 0) {
     record.native(m);
   } else {
-    ReplayBlock(m, index);
+    ReplayBlock(m, &record);
+  }
+}
+
+// The records of a page of code, from its value in the page map.
+struct SCodePage {
+  static constexpr u64 kNone = ~u64{0};  // no page's value
+  u64 value = kNone;
+  SPredecodedOp* records = nullptr;
+};
+
+SCodePage CodePageOf(CVXMachine* m, u32 value) {
+  if ((value & kPageMappedMask) == 0) return {};
+  const u32 first = FlatIndex(value & kPageBaseMask) >> 2;
+  if (first > kRecordCount - kPageWords) return {};
+  return {value, &m->records[first]};
+}
+
+// Runs blocks until the budget is spent. Where a page's records lie follows from its value alone,
+// so that comparing values is enough to see that the code comes from the page before, or that the
+// map has changed.
+void RunBlocks(CVXMachine* m, u32 budget) {
+  SCodePage page;
+  while (m->cpu.cycles < budget) {
+    const u32 address = m->cpu.pc;
+    const u32 value = m->pages[address >> 12].value;
+    if (value != page.value || m->cpu.branchTarget != kNoBranch) [[unlikely]] {
+      page = CodePageOf(m, value);
+      if (page.records == nullptr || m->cpu.branchTarget != kNoBranch) {
+        RunNext(m);
+        continue;
+      }
+    }
+    const SPredecodedOp* const record = page.records + (address >> 2 & (kPageWords - 1));
+    const u32 way = record->flags & (kOpValid | kOpNative);
+    if (way == (kOpValid | kOpNative)) {
+      m->cpu.pc = address + 4;
+      record->native(m);
+    } else if (way == kOpValid) {
+      m->cpu.pc = address + 4;
+      ReplayBlock(m, record);
+    } else {
+      RunNext(m);
+    }
   }
 }
 
@@ -195,7 +238,7 @@ void Renumber(u32& mark, u32 elapsed) { mark = std::max(mark, elapsed) - elapsed
 u32 RunProcessor(CVXMachine* m, u32 budget) {
   m->cpu.budget = budget;
   TakePendingInterrupt(m);
-  while (m->cpu.cycles < budget) RunNext(m);
+  RunBlocks(m, budget);
 
   const u32 elapsed = m->cpu.stopMark != 0 ? m->cpu.stopMark : m->cpu.cycles;
   m->cpu.cycles = 0;
