@@ -41,8 +41,9 @@ class CEmitter {
       bInDelaySlot_ = true;
     }
     Charge();
-    const std::string start = bUsesPc_ ? "  const u32 pc = m->cpu.pc;\n" : "";
-    return start + text_ + locals_.WriteBack("  ");
+    // An op that ends a block by itself may have moved pc, also in a delay slot.
+    const std::string next = bInDelaySlot_ && !EndsBlock(word_) ? "next" : "m->cpu.pc";
+    return text_ + locals_.WriteBack("  ") + "  return " + next + ";\n";
   }
 
  private:
@@ -53,7 +54,6 @@ class CEmitter {
   std::string Uncharged() const { return std::to_string(uncharged_); }
   // The address of an op so many words behind the one that pc names while this op executes.
   std::string PcPlus(i32 words) {
-    bUsesPc_ = true;
     const i32 bytes = 4 * (static_cast<i32>(index_) + words);
     if (bytes == 0) return "pc";
     return bytes > 0 ? "pc + " + Hex(static_cast<u32>(bytes))
@@ -292,13 +292,13 @@ class CEmitter {
       const std::string here = PcPlus(0);
       const std::string offset = Hex((word_ & 0x3FFFFFF) << 2);
       if (op == EOp::Jal) Link(31, behind);
-      return Line("m->cpu.pc = " + Call("JumpTarget", {here, offset}));
+      return GoOn(Call("Jump", {"m", here, offset}));
     }
     if (op == EOp::Jr || op == EOp::Jalr) {
       const std::string target = S();
       Line("const u32 target = " + Call("Low", {target}));
       if (op == EOp::Jalr) Link(Rd(word_), behind);
-      return Line(Call("GoTo", {"m", "target", behind}));
+      return GoOn(Call("GoTo", {"m", "target", behind}));
     }
     const std::string target = PcPlus(SignedImmediate(word_));
     Line("const bool bTaken = " + Condition(op));
@@ -306,12 +306,15 @@ class CEmitter {
       Link(31, behind);
     }
     const bool bLikely = (info.traits & kLikely) == kLikely || IsMarkedLikely(word_);
-    if (!bLikely) return Line(Call("Branch", {"m", "bTaken", target, behind}));
+    if (!bLikely) return GoOn(Call("Branch", {"m", "bTaken", target, behind}));
     text_ += "  if (!bTaken) {\n    m->cpu.pc = " + behind + ";\n    " +
              Call("Charge", {"m", Uncharged()}) + ";\n" + locals_.WriteBack("    ") +
-             "    return;\n  }\n";
-    Line(Call("GoTo", {"m", target, behind}));
+             "    return " + behind + ";\n  }\n";
+    GoOn(Call("GoTo", {"m", target, behind}));
   }
+
+  // Where the block leaves for; its end answers that.
+  void GoOn(const std::string& address) { Line("[[maybe_unused]] const u32 next = " + address); }
 
   void Link(u32 index, const std::string& behind) { SetRegister(index, Call("LinkTo", {behind})); }
 
@@ -350,7 +353,6 @@ class CEmitter {
   u32 word_ = 0;
   u32 uncharged_ = 0;
   bool bInDelaySlot_ = false;
-  bool bUsesPc_ = false;
 };
 
 }  // namespace

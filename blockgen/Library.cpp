@@ -107,8 +107,8 @@ std::string UnitSource(const SLibrary& library, u32 unit, u32 units) {
   text += "#include \"blocks/NativeOps.h\"\n\nnamespace vx::native_blocks {\n\n";
   for (const SFunction& function : library.functions) {
     if (UnitOf(function, units) != unit) continue;
-    text += EmitListing(*function.words) + "void " + function.name + "(CVXMachine* m) {\n" +
-            function.body + "}\n\n";
+    text += EmitListing(*function.words) + "u32 " + function.name +
+            "(CVXMachine* m, [[maybe_unused]] u32 pc) {\n" + function.body + "}\n\n";
   }
   return text + "}  // namespace vx::native_blocks\n";
 }
@@ -129,7 +129,7 @@ asm(".pushsection .rodata,\"a\"\n"
   text += "extern \"C\" [[gnu::visibility(\"hidden\")]] const vx::u8 vx_block_table_image[];\n\n";
   text += "namespace vx {\n\nnamespace native_blocks {\n\n";
   for (const SFunction& function : library.functions) {
-    text += "void " + function.name + "(CVXMachine* m);\n";
+    text += "u32 " + function.name + "(CVXMachine* m, u32 pc);\n";
   }
   text += "\nconstexpr NativeBlock kTable[] = {\n";
   for (const SRow& row : library.rows) {

@@ -4,9 +4,10 @@
 //
 // On entry pc is the address after the first op, no branch is pending and nothing has been charged.
 // On return pc is the next op, and the cycle count has grown by the ops that ran and what they
-// waited for. `k` is the number of ops that have run without having been charged: accesses that
-// leave RAM charge them for their duration, so that a device sees the time that replay would show
-// it; ops that wait come after a Charge.
+// waited for. A function is given the pc and answers it beside the context; nothing that a memory
+// access reaches moves it. `k` is the number of ops that have run without having been charged:
+// accesses that leave RAM charge them for their duration, so that a device sees the time that
+// replay would show it; ops that wait come after a Charge.
 //
 // Floating point is that of registers which are each their own (Status bit FR set); a block does
 // not look at Status.
@@ -25,16 +26,18 @@ inline void Charge(CVXMachine* m, u32 cycles) { m->cpu.cycles += cycles; }
 
 // --- Where execution goes on ---------------------------------------------------------------------
 
-// A target that reads as none means no branch.
-inline void GoTo(CVXMachine* m, u32 target, u32 behind) {
+// These answer the pc that they set. A target that reads as none means no branch.
+inline u32 GoTo(CVXMachine* m, u32 target, u32 behind) {
   if (target == kNoBranch) [[unlikely]]
     target = behind;
-  m->cpu.pc = target;
+  return m->cpu.pc = target;
 }
-inline void Branch(CVXMachine* m, bool bTaken, u32 target, u32 behind) {
-  GoTo(m, bTaken ? target : behind, behind);
+inline u32 Branch(CVXMachine* m, bool bTaken, u32 target, u32 behind) {
+  return GoTo(m, bTaken ? target : behind, behind);
 }
-constexpr u32 JumpTarget(u32 pc, u32 offset) { return (pc & 0xF0000000) | offset; }
+inline u32 Jump(CVXMachine* m, u32 pc, u32 offset) {
+  return m->cpu.pc = (pc & 0xF0000000) | offset;
+}
 // What a linking branch leaves behind: the address after its delay op.
 constexpr u64 LinkTo(u32 address) { return SignExtend32(address); }
 

@@ -136,8 +136,10 @@ static_assert(offsetof(SMIPS3Context, mapSlots) == 2912);
 
 // A handler executes one op word; while it runs, pc is the address after the op.
 using OpHandler = void (*)(CVXMachine* machine, u32 word);
-// A native block does what replaying its records would do.
-using NativeBlock = void (*)(CVXMachine* machine);
+// A native block does what replaying its records would do. It is given the pc that stands in the
+// context and answers the pc that it leaves there, so that the host does not wait on the way from
+// block to block for memory that it has just written.
+using NativeBlock = u32 (*)(CVXMachine* machine, u32 pc);
 
 enum EOpFlag : u32 {
   kOpValid = 0x001,

@@ -182,7 +182,7 @@ void RunNext(CVXMachine* m) {
   } else if ((record.flags & kOpValid) == 0) {
     FormBlock(m, index, address, false);
   } else if ((record.flags & kOpNative) != 0) {
-    record.native(m);
+    record.native(m, m->cpu.pc);
   } else {
     ReplayBlock(m, &record);
   }
@@ -207,13 +207,14 @@ SCodePage CodePageOf(CVXMachine* m, u32 value) {
 // map has changed.
 void RunBlocks(CVXMachine* m, u32 budget) {
   SCodePage page;
+  u32 address = m->cpu.pc;
   while (m->cpu.cycles < budget) {
-    const u32 address = m->cpu.pc;
     const u32 value = m->pages[address >> 12].value;
     if (value != page.value || m->cpu.branchTarget != kNoBranch) [[unlikely]] {
       page = CodePageOf(m, value);
       if (page.records == nullptr || m->cpu.branchTarget != kNoBranch) {
         RunNext(m);
+        address = m->cpu.pc;
         continue;
       }
     }
@@ -221,13 +222,16 @@ void RunBlocks(CVXMachine* m, u32 budget) {
     const u32 way = record->flags & (kOpValid | kOpNative);
     if (way == (kOpValid | kOpNative)) {
       m->cpu.pc = address + 4;
-      record->native(m);
-    } else if (way == kOpValid) {
+      address = record->native(m, address + 4);
+      continue;
+    }
+    if (way == kOpValid) {
       m->cpu.pc = address + 4;
       ReplayBlock(m, record);
     } else {
       RunNext(m);
     }
+    address = m->cpu.pc;
   }
 }
 

@@ -9,8 +9,8 @@ namespace vx {
 
 namespace {
 
-void First(CVXMachine*) {}
-void Second(CVXMachine*) {}
+u32 First(CVXMachine*, u32 pc) { return pc; }
+u32 Second(CVXMachine*, u32 pc) { return pc + 4; }
 constexpr NativeBlock kNatives[] = {First, Second};
 
 // An image of the given blocks, all in one bucket, in the order in which they are given.

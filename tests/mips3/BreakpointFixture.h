@@ -80,7 +80,10 @@ inline constexpr u32 kCount3 = mips::Addiu(mips::kT3, mips::kT3, 1);
 inline constexpr u32 kWord = kCode + 4;  // that counts t0
 inline constexpr u32 kNativeCycles = 100;
 
-inline void FakeNative(CVXMachine* machine) { machine->cpu.cycles += kNativeCycles; }
+inline u32 FakeNative(CVXMachine* machine, u32 pc) {
+  machine->cpu.cycles += kNativeCycles;
+  return pc;
+}
 
 // The same with fake native blocks, for the rules one by one.
 class BreakpointRuleTest : public BreakpointTest {

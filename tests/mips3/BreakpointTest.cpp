@@ -64,7 +64,10 @@ TEST_F(Breakpoint, SurvivesTheRebuildingOfItsRecord) {
 TEST_F(Breakpoint, TurnsNativeCodeOfItsBlockOff) {
   RunCode();
   RecordAt(kCode).flags |= kOpNative;
-  RecordAt(kCode).native = [](CVXMachine* machine) { machine->cpu.cycles += 100; };
+  RecordAt(kCode).native = [](CVXMachine* machine, u32 pc) {
+    machine->cpu.cycles += 100;
+    return pc;
+  };
   EXPECT_EQ(RunCode(), 100u);
   SetBreakpoint(m.get(), kOffset + 4, 7);
   EXPECT_EQ(RunCode(), 5u);

@@ -161,7 +161,10 @@ TEST_F(PendingBranch, RunsOneOpAlsoWhenTheTargetFollows) {
 TEST_F(PendingBranch, NeverRunsANativeBlock) {
   RunBlock();
   RecordAt(kCode).flags |= kOpNative;
-  RecordAt(kCode).native = [](CVXMachine* machine) { machine->cpu.cycles += 1000; };
+  RecordAt(kCode).native = [](CVXMachine* machine, u32 pc) {
+    machine->cpu.cycles += 1000;
+    return pc;
+  };
   ExpectDelayOpThenTarget();
   SetPc(kCode);
   EXPECT_EQ(RunBlock(), 1000u) << "without a pending branch it does";

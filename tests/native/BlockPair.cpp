@@ -243,7 +243,8 @@ void CBlockPair::RunRecords(EReference reference) {
 }
 
 std::string CBlockPair::Run(EReference reference, bool bMemory) {
-  block_->native(native_.get());
+  const u32 next = block_->native(native_.get(), native_->cpu.pc);
+  if (next != native_->cpu.pc) return "the block answers another pc than it leaves\n";
   RunRecords(reference);
   return Differences(bMemory);
 }

@@ -29,7 +29,7 @@ class NativeEdge : public ProcessorTest {
     cpu.budget = 1000;
     for (const SLibraryBlock& block : LibraryBlocks()) {
       if (block.words != words) continue;
-      block.native(m.get());
+      EXPECT_EQ(block.native(m.get(), cpu.pc), cpu.pc);
       return;
     }
     FAIL() << "the library does not hold\n" << Listing(words);
