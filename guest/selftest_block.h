@@ -32,7 +32,7 @@ enum {
   kGroupTlb = 8,       /* mapped pages */
   kGroupBoard = 9,     /* vertical blank and timer interrupts, board registers */
   kGroupFloat = 10,    /* floating point: arithmetic, conversions, compares, moves */
-  kGroupSound = 11,    /* the sound program takes commands, also after a reset */
+  kGroupSound = 11,    /* the sound program takes commands */
   kGroupCount = 12,
 };
 

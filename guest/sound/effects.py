@@ -114,7 +114,8 @@ def engine():
         wet = water[i + fade] if i + fade < LOOP else (
             water[i + fade] * (LOOP - i) / fade + water[i + fade - LOOP] * (i + fade - LOOP) / fade)
         out[i] += 1.1 * wet * (1.0 + 0.25 * SINE[i * 5 * TURN // LOOP % TURN])
-    return out
+    quietest = min(range(LOOP), key=lambda i: abs(out[i]) + abs(out[i - 1]))
+    return out[quietest:] + out[:quietest]
 
 
 # --- drums, for the tunes ------------------------------------------------------------------------
