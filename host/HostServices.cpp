@@ -76,9 +76,15 @@ void SpatialRender(void* output, void* outputField, void* handle, const void* sa
   if (outputField != nullptr) std::memcpy(outputField, &tailValues, sizeof(tailValues));
 }
 
-// No script engine: whatever was interrupted goes on.
-i32 InvokeDspHook(CQuillonMachineBase*, bool, u32, u32) { return 1; }
-i32 InvokeMipsHook(CQuillonMachineBase*, bool, u32, u32, u32) { return 1; }
+// Without a script whatever was interrupted goes on.
+i32 InvokeDspHook(CQuillonMachineBase* machine, bool, u32 hook, u32 argument) {
+  CScriptHandler* const handler = CHostServices::Get().ScriptHandler();
+  return handler != nullptr ? handler->OnDspHook(machine, hook, argument) : 1;
+}
+i32 InvokeMipsHook(CQuillonMachineBase* machine, bool, u32 hook, u32 first, u32 second) {
+  CScriptHandler* const handler = CHostServices::Get().ScriptHandler();
+  return handler != nullptr ? handler->OnMipsHook(machine, hook, first, second) : 1;
+}
 
 }  // namespace
 

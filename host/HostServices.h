@@ -11,6 +11,7 @@
 
 #include "host/ComponentLog.h"
 #include "host/FrameBufferRing.h"
+#include "host/ScriptHandler.h"
 #include "host/SpatialPanner.h"
 #include "plugin/Quillon.h"
 
@@ -55,6 +56,13 @@ class CHostServices {
   void LockConfig(bool bLocked) { bConfigLocked_.store(bLocked, std::memory_order_release); }
   bool HasLockedConfig() const { return bConfigLocked_.load(std::memory_order_acquire); }
 
+  // Where the component's hooks go; null, as at first: whatever was interrupted goes on. Between
+  // frames only.
+  void SetScriptHandler(CScriptHandler* handler) {
+    scriptHandler_.store(handler, std::memory_order_release);
+  }
+  CScriptHandler* ScriptHandler() const { return scriptHandler_.load(std::memory_order_acquire); }
+
   // Replaces the real clock by one that moves only when it is told to: a run is then a function of
   // its input alone.
   void SetBoardClock(f64 milliseconds);
@@ -84,6 +92,7 @@ class CHostServices {
   std::atomic<u32> countedBytes_{0};
   std::atomic<u32> countedInflates_{0};
   std::atomic<bool> bConfigLocked_{false};
+  std::atomic<CScriptHandler*> scriptHandler_{nullptr};
   std::atomic<bool> bBoardClock_{false};
   std::atomic<f64> boardClockMs_{0};
   std::atomic<u64> clockReads_{0};

@@ -28,6 +28,8 @@ class CPlayControl {
 
   // Whether a frame is to run now; uses up a step.
   bool TakeFrame();
+  // As if the player had asked for it.
+  void Pause() { bPaused_ = true; }
   // Whether these were asked for since the last call.
   bool TakeReset();
   bool TakeScreenshot();

@@ -189,11 +189,12 @@ void CSession::OnVideoFrame(CQuillonMachineBase* machine, const u32* pixels, u32
   session->Shield([&] { session->hooks_.onPicture(pixels, width, height); });
 }
 
-void CSession::OnDualFrame(CQuillonMachineBase* machine, const u32* pixelsA, const u32* /*pixelsB*/,
+void CSession::OnDualFrame(CQuillonMachineBase* machine, const u32* pixelsA, const u32* pixelsB,
                            u32 width, u32 height) {
   CSession* session = Find(machine);
   if (session == nullptr || pixelsA == nullptr || !session->hooks_.onPicture) return;
   session->Shield([&] {
+    if (session->hooks_.onBranches) session->hooks_.onBranches(pixelsA, pixelsB, width, height);
     // Look-ahead makes its pictures unasked.
     if (session->hooks_.wantsPicture && session->hooks_.wantsPicture()) {
       session->hooks_.onPicture(pixelsA, width, height);

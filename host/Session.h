@@ -26,6 +26,9 @@ struct SSessionHooks {
   std::function<void(const u32* pixels, u32 width, u32 height)> onPicture;
   // `count` 16-bit values, left and right in turn, at SampleRate.
   std::function<void(const i16* samples, u32 count)> onSound;
+  // Both pictures of a frame with look-ahead, before onPicture gets the first one.
+  std::function<void(const u32* pixelsA, const u32* pixelsB, u32 width, u32 height)> onBranches =
+      {};
 };
 
 // One host thread. The component outlives the session.

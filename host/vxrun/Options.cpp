@@ -124,11 +124,12 @@ void Declare(CLI::App& app, SOptions& options) {
       ->type_name("N")
       ->check(CLI::Range(0u, 600u))
       ->group("States");
-  app.add_option("--run-ahead", options.runAhead,
-                 "Show the picture of N frames on, so that input is seen earlier")
-      ->type_name("N")
-      ->check(CLI::Range(0u, 4u))
-      ->group("States");
+  CLI::Option* runAhead =
+      app.add_option("--run-ahead", options.runAhead,
+                     "Show the picture of N frames on, so that input is seen earlier")
+          ->type_name("N")
+          ->check(CLI::Range(0u, 4u))
+          ->group("States");
   app.add_flag("--list-controls", options.bListControls,
                "Show all controls, as a file for --controls, and end")
       ->group("Input");
@@ -149,6 +150,23 @@ void Declare(CLI::App& app, SOptions& options) {
   app.add_flag("--spatial", options.bSpatial,
                "Place sounds in space by this host's panner instead of the board's own")
       ->group("Board");
+  CLI::Option* script =
+      app.add_option("--script", options.scriptPath, "Run a Lua script beside the board")
+          ->type_name("FILE")
+          ->excludes(runAhead)
+          ->group("Scripts");
+  app.add_option("--script-limit", options.scriptLimitMillions,
+                 "Millions of instructions that a script has in a frame [50]")
+      ->type_name("N")
+      ->check(CLI::Range(u64{1}, u64{1'000'000}))
+      ->needs(script)
+      ->group("Scripts");
+  app.add_flag("--script-libraries", options.bScriptLibraries,
+               "Give the script files, processes and modules too")
+      ->needs(script)
+      ->group("Scripts");
+  app.add_flag("--script-manual", options.bScriptManual, "Print the manual of scripts and end")
+      ->group("Scripts");
   app.add_flag("--verbose", options.bVerbose, "Show all that the component has to say");
 }
 
@@ -160,7 +178,8 @@ std::optional<SOptions> ParseOptions(int argc, char** argv, int& exitCode) {
   Declare(app, options);
   try {
     app.parse(argc, argv);
-    const bool bLooksOnly = options.bListSettings || options.bSaveSettings || options.bListControls;
+    const bool bLooksOnly = options.bListSettings || options.bSaveSettings ||
+                            options.bListControls || options.bScriptManual;
     if (options.packPath.empty() && !bLooksOnly) throw CLI::RequiredError("PACK");
   } catch (const CLI::CallForHelp& help) {
     exitCode = app.exit(help);

@@ -30,6 +30,11 @@ struct SOptions {
   u32 rewindSeconds = 60;  // 0: off
   u32 runAhead = 0;        // frames
 
+  std::string scriptPath;
+  u64 scriptLimitMillions = 50;  // of instructions in a frame
+  bool bScriptLibraries = false;
+  bool bScriptManual = false;
+
   bool bHeadless = false;
   u64 frames = 0;   // 0: until stopped
   f64 seconds = 0;  // of board time; 0: by frames

@@ -27,11 +27,11 @@ bool COutputs::WantsPicture(u64 frame) const {
   return hashLog_ || (!pngFolder_.empty() && frame % pngEvery_ == 0);
 }
 
-void COutputs::TakePicture(u64 frame, const u32* pixels, u32 width, u32 height) {
+void COutputs::TakePicture(u64 frame, const u32* pixels, const u32* shown, u32 width, u32 height) {
   if (hashLog_) pictureHash_ = HashPicture(pixels, width, height);
   if (pngFolder_.empty() || frame % pngEvery_ != 0) return;
   const auto number = static_cast<unsigned long long>(frame);
-  WritePng(pngFolder_ + Format("frame_%06llu.png", number), pixels, width, height);
+  WritePng(pngFolder_ + Format("frame_%06llu.png", number), shown, width, height);
   ++pngCount_;
 }
 

@@ -19,7 +19,8 @@ class COutputs {
   explicit COutputs(const SOptions& options);
 
   bool WantsPicture(u64 frame) const;
-  void TakePicture(u64 frame, const u32* pixels, u32 width, u32 height);
+  // `shown` goes into files; the hash is that of the board's own `pixels`.
+  void TakePicture(u64 frame, const u32* pixels, const u32* shown, u32 width, u32 height);
   void TakeSound(const i16* samples, u32 count, u32 rateHz);
   void EndFrame(u64 frame, CSession& session);
 

@@ -13,6 +13,7 @@
 #include "host/Folders.h"
 #include "host/FramePacer.h"
 #include "host/HostServices.h"
+#include "host/lua/Manual.h"
 #include "host/PackCheck.h"
 #include "host/Session.h"
 #include "host/Settings.h"
@@ -22,6 +23,7 @@
 #include "host/vxrun/Progress.h"
 #include "host/vxrun/RewindDeck.h"
 #include "host/vxrun/RunAhead.h"
+#include "host/vxrun/ScriptDeck.h"
 #include "host/vxrun/Setup.h"
 #include "host/vxrun/Stage.h"
 #include "host/vxrun/StateDeck.h"
@@ -59,6 +61,7 @@ class CRun {
         outputs_(options),
         session_(component, Hooks()),
         states_(options, owner, session_, movies != nullptr ? EMovieRuns::Yes : EMovieRuns::No) {
+    if (CScriptDeck::IsNeeded(options)) script_.emplace(options, component, session_);
     if (options.runAhead != 0) ahead_.emplace(session_, options.runAhead);
     if (options.bHeadless) return;
     video_.emplace();
@@ -71,6 +74,7 @@ class CRun {
   EExitCode Play(const SPackInfo& pack) {
     session_.Start(options_.packPath, pack);
     if (!options_.loadState.empty()) states_.LoadFrom(options_.loadState);
+    if (script_) script_->Start();
     limit_ = FrameLimit();
     const u64 startNs = MonotonicNs();
     PlayFrames(startNs);
@@ -92,10 +96,17 @@ class CRun {
 
   SSessionHooks Hooks() {
     return {
-        .wantsPicture = [this] { return IsShown() || IsKept(); },
-        .onPicture = [this](const u32* pixels, u32 width,
-                            u32 height) { TakePicture(pixels, width, height); },
+        .wantsPicture = [this] { return IsScripted() || IsShown() || IsKept(); },
+        .onPicture =
+            [this](const u32* pixels, u32 width, u32 height) {
+              if (!IsScripted()) return TakePicture(pixels, pixels, width, height);
+              script_->Engine().TakePicture(pixels, width, height);
+            },
         .onSound = [this](const i16* samples, u32 count) { TakeSound(samples, count); },
+        .onBranches =
+            [this](const u32* pixelsA, const u32* pixelsB, u32 width, u32 height) {
+              if (IsScripted()) script_->Engine().TakeBranches(pixelsA, pixelsB, width, height);
+            },
     };
   }
 
@@ -112,13 +123,29 @@ class CRun {
     return CountsFrame() && (outputs_.WantsPicture(frame) || bForState);
   }
 
-  void TakePicture(const u32* pixels, u32 width, u32 height) {
+  // Whether the frame that runs is one of the script's.
+  bool IsScripted() const { return script_ && use_ == EFrameUse::Game; }
+
+  // `shown` is the board's picture with what a script has drawn over it.
+  void TakePicture(const u32* pixels, const u32* shown, u32 width, u32 height) {
     const u64 frame = framesDone_ + 1;
     states_.TakePicture(pixels, width, height);
-    if (IsShown()) stage_->TakePicture(frame, pixels, width, height);
+    if (IsShown()) stage_->TakePicture(frame, shown, width, height);
     if (CountsFrame() && outputs_.WantsPicture(frame)) {
-      outputs_.TakePicture(frame, pixels, width, height);
+      outputs_.TakePicture(frame, pixels, shown, width, height);
     }
+  }
+
+  // The script's part of a frame that has run.
+  void EndScriptFrame() {
+    CScriptEngine& engine = script_->Engine();
+    engine.AfterFrame();
+    if (!engine.Shown().empty()) {
+      CQuillonMachineBase& machine = session_.Machine();
+      TakePicture(engine.Taken().data(), engine.Shown().data(), machine.GetWidth(),
+                  machine.GetHeight());
+    }
+    if (engine.TakePause() && stage_) stage_->Play().Pause();
   }
 
   void TakeSound(const i16* samples, u32 count) {
@@ -161,6 +188,7 @@ class CRun {
   bool PlayFrame() {
     SMovieInput input = ReadInput();
     if (movies_ != nullptr) input = movies_->NextInput().value_or(input);
+    if (script_) script_->Engine().BeforeFrame(input);
     std::array<SInputRecord, kHostPlayers> records{};
     for (u32 player = 0; player < kHostPlayers; ++player) {
       records[player].padBits = input.padBits[player];
@@ -171,6 +199,7 @@ class CRun {
     const bool bAhead = ahead_ && !(stage_ && stage_->Play().IsFast());
     use_ = bAhead ? EFrameUse::GameUnseen : EFrameUse::Game;
     session_.RunFrame(records.data(), kHostPlayers);
+    if (script_) EndScriptFrame();
     ++framesDone_;
     outputs_.EndFrame(framesDone_, session_);
     if (rewind_) rewind_->EndFrame();
@@ -178,7 +207,8 @@ class CRun {
     if (framesDone_ == 1 && options_.bTimeToFirstFrame) {
       std::printf("first frame after %.1f ms\n", startClock_.ElapsedMs());
     }
-    return movies_ == nullptr || movies_->EndFrame(input, session_);
+    const bool bStopped = script_ && script_->Engine().IsStopped();
+    return (movies_ == nullptr || movies_->EndFrame(input, session_)) && !bStopped;
   }
 
   // A step of the rewind key.
@@ -258,6 +288,7 @@ class CRun {
   CStateDeck states_;
   std::optional<CRewindDeck> rewind_;
   std::optional<CRunAhead> ahead_;
+  std::optional<CScriptDeck> script_;
 };
 
 SStateOwner MakeOwner(const SOptions& options, const CComponent& component,
@@ -277,6 +308,10 @@ SStateOwner MakeOwner(const SOptions& options, const CComponent& component,
 }  // namespace
 
 EExitCode Run(const SOptions& options, const CStartClock& startClock) {
+  if (options.bScriptManual) {
+    std::fputs(ScriptManual().c_str(), stdout);
+    return EExitCode::Ok;
+  }
   std::optional<CTemporaryFolder> ownFolder;
   PrepareServices(options, ownFolder);
   std::optional<SPackInfo> pack;
