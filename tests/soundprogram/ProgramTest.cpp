@@ -81,9 +81,10 @@ TEST_F(SoundProgram, InterruptsBeforeAWaitLoopsJumpDoNotMakeItMissTheMovedPointe
   processor.Run(2);
   ASSERT_EQ(processor.state.pc, loop + 2);
   processor.state.dag[7].i = kRing;
-  cabinet.board.WriteCommand(0);
   processor.RaiseLine(kPendingTransmit);
+  processor.CheckInterrupts();
   processor.DropLine(kPendingTransmit);
+  cabinet.board.WriteCommand(0);
   const u16 blocks = cabinet.Data("BLOCKS");
   processor.Run(kSliceCycles);
   EXPECT_EQ(cabinet.Data("BLOCKS"), blocks + 1);
