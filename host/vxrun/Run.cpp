@@ -78,6 +78,7 @@ class CRun {
     limit_ = FrameLimit();
     const u64 startNs = MonotonicNs();
     PlayFrames(startNs);
+    if (const auto told = states_.Finish()) stage_->Tell(*told);
     const f64 seconds = static_cast<f64>(MonotonicNs() - startNs) / 1e9;
     Report(seconds);
     if (movies_ != nullptr) movies_->ThrowIfDesynced();
@@ -221,6 +222,10 @@ class CRun {
   }
 
   void TakeStateActions() {
+    const auto tellEnd = [&] {
+      if (const auto told = states_.Poll()) stage_->Tell(*told);
+    };
+    tellEnd();
     const u32 actions = stage_->Play().TakeStateActions();
     if (actions == 0) return;
     const auto on = [&](u32 action, auto&& call) {
@@ -228,11 +233,12 @@ class CRun {
     };
     on(kHostPreviousSlot, [&] { return states_.MoveSlot(-1); });
     on(kHostNextSlot, [&] { return states_.MoveSlot(1); });
-    on(kHostSaveState, [&] { return states_.Save(); });
+    if ((actions & kHostSaveState) != 0) states_.Save();
     on(kHostLoadState, [&] { return states_.Load(); });
     on(kHostUndoLoad, [&] { return states_.UndoLoad(); });
     on(kHostUndoSave, [&] { return states_.UndoSave(); });
     on(kHostListStates, [&] { return states_.List(); });
+    tellEnd();
     if ((actions & (kHostLoadState | kHostUndoLoad)) != 0) stage_->Play().ShowFrame();
   }
 

@@ -1,5 +1,6 @@
 #include "host/vxrun/StateDeck.h"
 
+#include <chrono>
 #include <ctime>
 #include <utility>
 
@@ -69,7 +70,7 @@ void CStateDeck::LoadFrom(const std::string& slotOrFile) {
   Go(state.stream, path);
 }
 
-std::string CStateDeck::SaveTo(const std::string& slotOrFile) {
+SSavedState CStateDeck::Take() {
   CStateBuffer buffer;
   session_.SaveState(buffer, false);
   SSavedState state;
@@ -82,20 +83,53 @@ std::string CStateDeck::SaveTo(const std::string& slotOrFile) {
     const SStatePicture small = MakeThumbnail(picture_.data(), pictureWidth_, height);
     state.picture = EncodePng(small.pixels.data(), small.width, small.height);
   }
+  return state;
+}
+
+std::string CStateDeck::SaveTo(const std::string& slotOrFile) {
+  FinishSave();
   const std::string path = slots_.PathOf(slotOrFile);
-  slots_.Save(path, state);
+  slots_.Save(path, Take());
   return path;
 }
 
-std::string CStateDeck::Save() {
-  return Tell([&] {
-    const std::string slot = Format("%u", slot_);
-    SaveTo(slot);
-    return "state saved in slot " + slot;
+void CStateDeck::Save() {
+  FinishSave();
+  told_ = Tell([&]() -> std::string {
+    pending_ = std::async(std::launch::async, [this, state = Take(), slot = slot_] {
+      return Tell([&] {
+        slots_.Save(slots_.PathOf(slot), state);
+        return Format("state saved in slot %u", slot);
+      });
+    });
+    return "";
   });
+  if (told_->empty()) told_.reset();
+}
+
+void CStateDeck::FinishSave() {
+  if (pending_.valid()) told_ = pending_.get();
+}
+
+std::optional<std::string> CStateDeck::Poll() {
+  const bool bEnded =
+      pending_.valid() && pending_.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+  if (bEnded) FinishSave();
+  return std::exchange(told_, std::nullopt);
+}
+
+std::optional<std::string> CStateDeck::Finish() {
+  FinishSave();
+  return Poll();
+}
+
+std::string CStateDeck::List() {
+  FinishSave();
+  return slots_.List(owner_);
 }
 
 std::string CStateDeck::Load() {
+  FinishSave();
   return Tell([&] {
     const std::string slot = Format("%u", slot_);
     LoadFrom(slot);
@@ -104,6 +138,7 @@ std::string CStateDeck::Load() {
 }
 
 std::string CStateDeck::UndoSave() {
+  FinishSave();
   return Tell([&]() -> std::string {
     const std::string path = slots_.LastSaved();
     return slots_.UndoSave() ? "save undone: " + path : "there is no save to undo";

@@ -46,6 +46,11 @@ class StateDeck : public testing::Test {
   CStateDeck MakeDeck(EMovieRuns movieRuns = EMovieRuns::No) {
     return {options, owner, session, movieRuns};
   }
+  // Saves, and waits for it.
+  static std::string Save(CStateDeck& deck) {
+    deck.Save();
+    return deck.Finish().value_or("nothing told");
+  }
   std::string Slot(u32 slot) const {
     return options.stateFolder + "/good." + std::to_string(slot) + ".vxstate";
   }
@@ -68,20 +73,40 @@ TEST_F(StateDeck, ALoadedStateIsThatOfTheSave) {
   CStateDeck deck = MakeDeck();
   Run(10, 3);
   const u64 hash = session.HashMachine();
-  EXPECT_EQ(deck.Save(), "state saved in slot 0");
+  EXPECT_EQ(Save(deck), "state saved in slot 0");
   Run(5, 4);
   EXPECT_EQ(deck.Load(), "state loaded from slot 0");
   EXPECT_EQ(session.HashMachine(), hash);
   EXPECT_EQ(session.FrameCount(), 10u);
 }
 
+TEST_F(StateDeck, ASaveIsOfItsMomentHoweverLongItsFileTakes) {
+  CStateDeck deck = MakeDeck();
+  Run(10);
+  deck.Save();
+  Run(5);
+  deck.Load();
+  EXPECT_EQ(session.FrameCount(), 10u);
+  EXPECT_EQ(deck.Poll(), "state saved in slot 0");
+  EXPECT_EQ(deck.Poll(), std::nullopt);
+}
+
+TEST_F(StateDeck, TwoSavesInARowAreBothKept) {
+  CStateDeck deck = MakeDeck();
+  deck.Save();
+  Run(3);
+  deck.Save();
+  EXPECT_EQ(Save(deck), "state saved in slot 0");
+  EXPECT_TRUE(fs::exists(PathBefore(Slot(0))));
+}
+
 TEST_F(StateDeck, TheSlotsGoRoundAndEachHasItsState) {
   CStateDeck deck = MakeDeck();
   EXPECT_EQ(deck.MoveSlot(-1), "slot 9");
-  deck.Save();
+  Save(deck);
   Run(3);
   EXPECT_EQ(deck.MoveSlot(1), "slot 0");
-  deck.Save();
+  Save(deck);
   EXPECT_TRUE(fs::exists(Slot(9)));
   EXPECT_TRUE(fs::exists(Slot(0)));
   deck.MoveSlot(-1);
@@ -100,7 +125,7 @@ TEST_F(StateDeck, AnEmptySlotIsToldAndChangesNothing) {
 TEST_F(StateDeck, AnUndoneLoadGoesBackToWhereTheGameWasAndForwardAgain) {
   CStateDeck deck = MakeDeck();
   Run(10);
-  deck.Save();
+  Save(deck);
   Run(7, 5);
   const u64 hash = session.HashMachine();
   deck.Load();
@@ -113,9 +138,9 @@ TEST_F(StateDeck, AnUndoneLoadGoesBackToWhereTheGameWasAndForwardAgain) {
 TEST_F(StateDeck, AnUndoneSaveBringsTheOlderStateBack) {
   CStateDeck deck = MakeDeck();
   Run(10);
-  deck.Save();
+  Save(deck);
   Run(7);
-  deck.Save();
+  Save(deck);
   EXPECT_EQ(deck.UndoSave(), "save undone: " + Slot(0));
   EXPECT_EQ(deck.UndoSave(), "there is no save to undo");
   deck.Load();
@@ -123,7 +148,8 @@ TEST_F(StateDeck, AnUndoneSaveBringsTheOlderStateBack) {
 }
 
 TEST_F(StateDeck, AStateOfAnotherPackOrOfOtherSettingsIsRefused) {
-  MakeDeck().Save();
+  CStateDeck first = MakeDeck();
+  Save(first);
   Run(4);
   owner.pack.hash ^= 1;
   EXPECT_EQ(MakeDeck().Load(), Slot(0) + ": was saved with another pack");
@@ -135,7 +161,7 @@ TEST_F(StateDeck, AStateOfAnotherPackOrOfOtherSettingsIsRefused) {
 
 TEST_F(StateDeck, AStateThatTheComponentRefusesLeavesTheGameWhereItWas) {
   CStateDeck deck = MakeDeck();
-  deck.Save();
+  Save(deck);
   Run(4, 9);
   const u64 hash = session.HashMachine();
   Set("FAKE_RefuseStates=1");
@@ -145,7 +171,7 @@ TEST_F(StateDeck, AStateThatTheComponentRefusesLeavesTheGameWhereItWas) {
 
 TEST_F(StateDeck, ADamagedFileIsToldAndChangesNothing) {
   CStateDeck deck = MakeDeck();
-  deck.Save();
+  Save(deck);
   Run(4);
   fs::resize_file(Slot(0), fs::file_size(Slot(0)) - 1);
   EXPECT_EQ(deck.Load(), Slot(0) + ": is truncated");
@@ -154,7 +180,7 @@ TEST_F(StateDeck, ADamagedFileIsToldAndChangesNothing) {
 
 TEST_F(StateDeck, WithAMovieStatesAreSavedButNotLoaded) {
   CStateDeck deck = MakeDeck(EMovieRuns::Yes);
-  EXPECT_EQ(deck.Save(), "state saved in slot 0");
+  EXPECT_EQ(Save(deck), "state saved in slot 0");
   Run(3);
   EXPECT_EQ(deck.Load(),
             options.packPath + ": no state is loaded while a movie is played or recorded");
@@ -163,7 +189,8 @@ TEST_F(StateDeck, WithAMovieStatesAreSavedButNotLoaded) {
 
 TEST_F(StateDeck, AStateBeyondItsRoomIsToldAndNotSaved) {
   Set("FAKE_StateKiB=25000");
-  const std::string told = MakeDeck().Save();
+  CStateDeck deck = MakeDeck();
+  const std::string told = Save(deck);
   EXPECT_NE(told.find("the machine's state takes 25600"), std::string::npos) << told;
   EXPECT_FALSE(fs::exists(Slot(0)));
 }
@@ -172,7 +199,7 @@ TEST_F(StateDeck, ASlotHasTheLatestPictureAtHalfItsSize) {
   CStateDeck deck = MakeDeck();
   const std::vector<u32> pixels(320 * 240, 0x123456);
   deck.TakePicture(pixels.data(), 320, 240);
-  deck.Save();
+  Save(deck);
   const std::vector<u8> png = CStateSlots::Load(Slot(0)).picture;
   ASSERT_GT(png.size(), 24u);
   EXPECT_EQ(png[18] << 8 | png[19], 160);
@@ -182,7 +209,7 @@ TEST_F(StateDeck, ASlotHasTheLatestPictureAtHalfItsSize) {
 TEST_F(StateDeck, ScriptsStartAnewWithASlotButNotWithAnUndo) {
   CStateDeck deck = MakeDeck();
   TakeCalls();
-  deck.Save();
+  Save(deck);
   EXPECT_EQ(TakeCalls(), "SaveState");
   deck.Load();
   EXPECT_EQ(TakeCalls(), "SaveTransient LoadState");

@@ -58,6 +58,8 @@ namespace {
 const SHostApi* host;
 std::string calls;  // what the host called, in order
 
+void (*frameHook)(u64 frame) = nullptr;
+
 void Note(const char* call) { calls += std::string(calls.empty() ? "" : " ") + call; }
 
 // Settings: current, default, minimum, maximum, step.
@@ -186,6 +188,7 @@ class CFakeMachine final : public CQuillonMachineBase {
 
   void RunFrame() noexcept override {
     Note("RunFrame");
+    if (frameHook != nullptr) frameHook(frame_ + 1);
     UnpackNextChunk();
     u32* pixels = static_cast<u32*>(host->AcquireFrameBuffer(frame_, 320, 240, 4, false));
     const u32 blindEvery = blindEveryValues[0];
@@ -363,6 +366,11 @@ extern "C" {
   desc->GetDescription = GetDescription;
   desc->GetMachineTable = GetMachineTable;
   return true;
+}
+
+// For tests only: called with the number of each frame before it runs.
+[[gnu::visibility("default")]] void FakeSetFrameHook(void (*hook)(vx::u64 frame)) {
+  vx::frameHook = hook;
 }
 
 // For tests only: what was called since the last time, then forgotten.
