@@ -115,11 +115,11 @@ class CEmitter {
     }
     if (op == EOp::Lwc1) {
       Charge();
-      text_ += locals_.WriteWhole(Rt(word_), Call("Lwc1", {"m", Address()}));
+      text_ += locals_.WriteWhole(Rt(word_), Call("Lwc1<Cold>", {"m", Address()}));
     } else if (op == EOp::Swc1) {
       Charge();
       const std::string value = Call("WordOf", {locals_.ReadSingle(text_, Rt(word_))});
-      Line(Call("Swc1", {"m", Address(), value}));
+      Line(Call("Swc1<Cold>", {"m", Address(), value}));
     } else {
       const char* const name = op == EOp::Tlbwi     ? "Tlbwi"
                                : op == EOp::Eret    ? "Eret"
@@ -163,13 +163,15 @@ class CEmitter {
   void EmitMemory(const SOpInfo& info) {
     const bool bStore = info.name[0] == 's';
     const bool bUnaligned = info.name[2] == 'l' || info.name[2] == 'r';
+    // The unaligned stores are called whole.
+    const std::string function = info.executes + std::string(bStore && bUnaligned ? "" : "<Cold>");
     const std::string address = Address();
     if (bStore) {
-      Line(Call(info.executes, {"m", address, T(), Uncharged()}));
+      Line(Call(function, {"m", address, T(), Uncharged()}));
     } else if (bUnaligned) {
-      SetRegister(Rt(word_), Call(info.executes, {"m", address, T(), Uncharged()}));
+      SetRegister(Rt(word_), Call(function, {"m", address, T(), Uncharged()}));
     } else {
-      SetRegister(Rt(word_), Call(info.executes, {"m", address, Uncharged()}));
+      SetRegister(Rt(word_), Call(function, {"m", address, Uncharged()}));
     }
   }
 

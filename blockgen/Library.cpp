@@ -107,7 +107,7 @@ std::string UnitSource(const SLibrary& library, u32 unit, u32 units) {
   text += "#include \"blocks/NativeOps.h\"\n\nnamespace vx::native_blocks {\n\n";
   for (const SFunction& function : library.functions) {
     if (UnitOf(function, units) != unit) continue;
-    text += EmitListing(*function.words) + "u32 " + function.name +
+    text += EmitListing(*function.words) + "[[gnu::flatten]] u32 " + function.name +
             "(CVXMachine* m, [[maybe_unused]] u32 pc) {\n" + function.body + "}\n\n";
   }
   return text + "}  // namespace vx::native_blocks\n";

@@ -2,10 +2,16 @@
 # program links, in place of vx_empty_library.
 
 # The host's compiler folds what the functions leave constant. A block is entered by one call and
-# left by one return: nothing unwinds through it.
-set(VX_NATIVE_FLAGS -O2 -fno-exceptions -fno-rtti -fno-asynchronous-unwind-tables -fno-plt
-    -fomit-frame-pointer -fno-stack-protector -fcf-protection=none -falign-functions=16
-    -Wno-unused-variable -Wno-unused-but-set-variable)
+# left by one return: nothing unwinds through it. Under sanitizers blocks are checked like all else,
+# with less optimisation, since they compile for minutes otherwise.
+set(VX_NATIVE_FLAGS -fno-exceptions -fno-rtti -fno-plt -fno-stack-protector -fcf-protection=none
+    -mno-red-zone -Wno-unused-variable -Wno-unused-but-set-variable)
+if(VX_SANITIZE)
+  list(APPEND VX_NATIVE_FLAGS -O1)
+else()
+  list(APPEND VX_NATIVE_FLAGS -O2 -fomit-frame-pointer -fno-asynchronous-unwind-tables
+       -falign-functions=16)
+endif()
 
 # vx_native_library(NAME CACHES FILE[=IMAGE]... [UNITS N] [OPTIONS OPTION...] [DEPENDS TARGET...]):
 # an object library with the native blocks of the code in these files. A file that a rule of the build

@@ -38,6 +38,31 @@ inline T SettleNan(T result, T first, T second) {
   return std::bit_cast<T>(kFpDefaultNan<T>);
 }
 
+#if defined(__x86_64__)
+
+// The host's instructions settle NaNs in just this way, as long as the first operand is the one
+// that they write.
+#define VX_FP_OP(name, instruction)                  \
+  inline f32 name##Exact(f32 a, f32 b) {             \
+    asm(instruction "ss %1, %0" : "+x"(a) : "x"(b)); \
+    return a;                                        \
+  }                                                  \
+  inline f64 name##Exact(f64 a, f64 b) {             \
+    asm(instruction "sd %1, %0" : "+x"(a) : "x"(b)); \
+    return a;                                        \
+  }                                                  \
+  template <typename T>                              \
+  inline T name(T a, T b) {                          \
+    return name##Exact(a, b);                        \
+  }
+VX_FP_OP(FpAdd, "add")
+VX_FP_OP(FpSub, "sub")
+VX_FP_OP(FpMul, "mul")
+VX_FP_OP(FpDiv, "div")
+#undef VX_FP_OP
+
+#else
+
 template <typename T>
 inline T FpAdd(T a, T b) {
   return SettleNan<T>(a + b, a, b);
@@ -54,6 +79,8 @@ template <typename T>
 inline T FpDiv(T a, T b) {
   return SettleNan<T>(a / b, a, b);
 }
+
+#endif
 
 // A single is widened, and its root rounded back.
 template <typename T>

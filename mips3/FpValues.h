@@ -137,13 +137,15 @@ inline bool FpCondition(const CVXMachine* m, u32 condition) {
 
 // --- Loads and stores of one word; their time is charged before ----------------------------------
 
+template <typename Calls = SDirectCalls>
 inline u32 Lwc1(CVXMachine* m, u32 address) {
-  const u32 value = ReadMemory<u32>(m, address, 0);
+  const u32 value = ReadMemory<u32, Calls>(m, address, 0);
   OccupyFp(m, kFpMoveCycles);
   return value;
 }
+template <typename Calls = SDirectCalls>
 inline void Swc1(CVXMachine* m, u32 address, u32 value) {
-  WriteMemory<u32>(m, address, value, 0);
+  WriteMemory<u32, Calls>(m, address, value, 0);
   OccupyFp(m, kFpMoveCycles);
 }
 

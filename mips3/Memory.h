@@ -33,14 +33,14 @@ inline u32 FlatIndexOfVirtual(const CVXMachine* m, u32 address) {
 }
 
 template <typename T>
-T LoadFlat(const CVXMachine* m, u32 offset) {
+T LoadFlat(const CVXMachine* m, size_t offset) {
   T value;
   std::memcpy(&value, m->flatMem + offset, sizeof(T));
   return value;
 }
 
 template <typename T>
-void StoreFlat(CVXMachine* m, u32 offset, T value) {
+void StoreFlat(CVXMachine* m, size_t offset, T value) {
   std::memcpy(m->flatMem + offset, &value, sizeof(T));
 }
 
@@ -50,32 +50,45 @@ constexpr u32 PhysicalOf(u32 page, u32 address) {
   return (page & kPageBaseMask) | (address & 0xFFF & ~(u32{sizeof(T)} - 1));
 }
 
-template <typename T>
+// How the paths off RAM are called.
+struct SDirectCalls {
+  template <typename T>
+  static T Read(CVXMachine* m, u32 physical, u32 uncharged) {
+    return ReadSlow<T>(m, physical, uncharged);
+  }
+  template <typename T>
+  static void Write(CVXMachine* m, u32 physical, T value, u32 uncharged) {
+    WriteSlow<T>(m, physical, value, uncharged);
+  }
+};
+
+// Main RAM first, where most data lies: no address is in two regions.
+template <typename T, typename Calls = SDirectCalls>
 inline T ReadMemory(CVXMachine* m, u32 address, u32 uncharged) {
   const u32 page = m->pages[address >> 12].value;
   if ((page & kPageRead) == 0) [[unlikely]]
     return 0;
   const u32 physical = PhysicalOf<T>(page, address);
-  if (physical <= kLowRamBytes - sizeof(T)) return LoadFlat<T>(m, physical);
   const u32 inMainRam = physical - kMainRamBase;
   if (inMainRam <= kMainRamBytes - sizeof(T)) [[likely]] {
-    return LoadFlat<T>(m, kFlatMainRam + inMainRam);
+    return LoadFlat<T>(m, size_t{kFlatMainRam} + inMainRam);
   }
-  return ReadSlow<T>(m, physical, uncharged);
+  if (physical <= kLowRamBytes - sizeof(T)) return LoadFlat<T>(m, physical);
+  return Calls::template Read<T>(m, physical, uncharged);
 }
 
-template <typename T>
+template <typename T, typename Calls = SDirectCalls>
 inline void WriteMemory(CVXMachine* m, u32 address, T value, u32 uncharged) {
   const u32 page = m->pages[address >> 12].value;
   if ((page & kPageWrite) == 0) [[unlikely]]
     return;
   const u32 physical = PhysicalOf<T>(page, address);
-  if (physical <= kLowRamBytes - sizeof(T)) return StoreFlat<T>(m, physical, value);
   const u32 inMainRam = physical - kMainRamBase;
   if (inMainRam <= kMainRamBytes - sizeof(T)) [[likely]] {
-    return StoreFlat<T>(m, kFlatMainRam + inMainRam, value);
+    return StoreFlat<T>(m, size_t{kFlatMainRam} + inMainRam, value);
   }
-  WriteSlow<T>(m, physical, value, uncharged);
+  if (physical <= kLowRamBytes - sizeof(T)) return StoreFlat<T>(m, physical, value);
+  Calls::template Write<T>(m, physical, value, uncharged);
 }
 
 // Merges bits into the aligned word that holds an address, for the unaligned stores: keeps `keep`

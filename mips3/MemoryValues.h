@@ -1,7 +1,8 @@
 // What loads and stores do, as functions of address and operand values: one an op, under the name
 // by which the op table says what executes it. Handlers and replay apply them to registers, native
 // blocks to locals. An access and its charges happen also when the result is dropped. `k` is the
-// number of executed ops whose cycles have not been added yet.
+// number of executed ops whose cycles have not been added yet, `Calls` how the paths off RAM are
+// called.
 #pragma once
 
 #include "mips3/Memory.h"
@@ -14,30 +15,57 @@ constexpr u32 Address(u64 base, u32 immediate) {
 }
 
 // Loads a value of type T, widened to 64 bits by its signedness.
-template <typename T>
+template <typename T, typename Calls>
 inline u64 Load(CVXMachine* m, u32 address, u32 k) {
   return static_cast<u64>(
-      static_cast<i64>(static_cast<T>(ReadMemory<std::make_unsigned_t<T>>(m, address, k))));
+      static_cast<i64>(static_cast<T>(ReadMemory<std::make_unsigned_t<T>, Calls>(m, address, k))));
 }
 
-inline u64 Lb(CVXMachine* m, u32 address, u32 k) { return Load<i8>(m, address, k); }
-inline u64 Lbu(CVXMachine* m, u32 address, u32 k) { return Load<u8>(m, address, k); }
-inline u64 Lh(CVXMachine* m, u32 address, u32 k) { return Load<i16>(m, address, k); }
-inline u64 Lhu(CVXMachine* m, u32 address, u32 k) { return Load<u16>(m, address, k); }
-inline u64 Lw(CVXMachine* m, u32 address, u32 k) { return Load<i32>(m, address, k); }
-inline u64 Lwu(CVXMachine* m, u32 address, u32 k) { return Load<u32>(m, address, k); }
-inline u64 Ld(CVXMachine* m, u32 address, u32 k) { return Load<u64>(m, address, k); }
+template <typename Calls = SDirectCalls>
+inline u64 Lb(CVXMachine* m, u32 address, u32 k) {
+  return Load<i8, Calls>(m, address, k);
+}
+template <typename Calls = SDirectCalls>
+inline u64 Lbu(CVXMachine* m, u32 address, u32 k) {
+  return Load<u8, Calls>(m, address, k);
+}
+template <typename Calls = SDirectCalls>
+inline u64 Lh(CVXMachine* m, u32 address, u32 k) {
+  return Load<i16, Calls>(m, address, k);
+}
+template <typename Calls = SDirectCalls>
+inline u64 Lhu(CVXMachine* m, u32 address, u32 k) {
+  return Load<u16, Calls>(m, address, k);
+}
+template <typename Calls = SDirectCalls>
+inline u64 Lw(CVXMachine* m, u32 address, u32 k) {
+  return Load<i32, Calls>(m, address, k);
+}
+template <typename Calls = SDirectCalls>
+inline u64 Lwu(CVXMachine* m, u32 address, u32 k) {
+  return Load<u32, Calls>(m, address, k);
+}
+template <typename Calls = SDirectCalls>
+inline u64 Ld(CVXMachine* m, u32 address, u32 k) {
+  return Load<u64, Calls>(m, address, k);
+}
 
+template <typename Calls = SDirectCalls>
 inline void Sb(CVXMachine* m, u32 address, u64 t, u32 k) {
-  WriteMemory<u8>(m, address, static_cast<u8>(t), k);
+  WriteMemory<u8, Calls>(m, address, static_cast<u8>(t), k);
 }
+template <typename Calls = SDirectCalls>
 inline void Sh(CVXMachine* m, u32 address, u64 t, u32 k) {
-  WriteMemory<u16>(m, address, static_cast<u16>(t), k);
+  WriteMemory<u16, Calls>(m, address, static_cast<u16>(t), k);
 }
+template <typename Calls = SDirectCalls>
 inline void Sw(CVXMachine* m, u32 address, u64 t, u32 k) {
-  WriteMemory<u32>(m, address, Low(t), k);
+  WriteMemory<u32, Calls>(m, address, Low(t), k);
 }
-inline void Sd(CVXMachine* m, u32 address, u64 t, u32 k) { WriteMemory<u64>(m, address, t, k); }
+template <typename Calls = SDirectCalls>
+inline void Sd(CVXMachine* m, u32 address, u64 t, u32 k) {
+  WriteMemory<u64, Calls>(m, address, t, k);
+}
 
 // --- Unaligned forms: the aligned word or doubleword that holds the address --------------------
 
@@ -54,25 +82,29 @@ constexpr u32 LeftShift(u32 address) {
   return (sizeof(T) - 1 - (address & (sizeof(T) - 1))) * 8;
 }
 
+template <typename Calls = SDirectCalls>
 inline u64 Lwl(CVXMachine* m, u32 address, u64 t, u32 k) {
   const u32 s = LeftShift<u32>(address);
-  const u32 memory = ReadMemory<u32>(m, address, k);
+  const u32 memory = ReadMemory<u32, Calls>(m, address, k);
   return SignExtend32((Low(t) & ~(kOnes32 << s)) | memory << s);
 }
 // Zero-extends, also where lwl sign-extends.
+template <typename Calls = SDirectCalls>
 inline u64 Lwr(CVXMachine* m, u32 address, u64 t, u32 k) {
   const u32 s = RightShift<u32>(address);
-  const u32 memory = ReadMemory<u32>(m, address, k);
+  const u32 memory = ReadMemory<u32, Calls>(m, address, k);
   return (Low(t) & ~(kOnes32 >> s)) | memory >> s;
 }
+template <typename Calls = SDirectCalls>
 inline u64 Ldl(CVXMachine* m, u32 address, u64 t, u32 k) {
   const u32 s = LeftShift<u64>(address);
-  const u64 memory = ReadMemory<u64>(m, address, k);
+  const u64 memory = ReadMemory<u64, Calls>(m, address, k);
   return (t & ~(kOnes64 << s)) | memory << s;
 }
+template <typename Calls = SDirectCalls>
 inline u64 Ldr(CVXMachine* m, u32 address, u64 t, u32 k) {
   const u32 s = RightShift<u64>(address);
-  const u64 memory = ReadMemory<u64>(m, address, k);
+  const u64 memory = ReadMemory<u64, Calls>(m, address, k);
   return (t & ~(kOnes64 >> s)) | memory >> s;
 }
 inline void Swl(CVXMachine* m, u32 address, u64 t, u32 k) {
