@@ -83,6 +83,8 @@ void FormBlock(CVXMachine* m, u32 headIndex, u32 headAddress, bool bSingle) {
                (HasDelaySlot(word) ? kOpDelaySlotOwner : 0u);
   head.link = 1;
   WriteRecord(m, headIndex, headIndex, word);
+  // A delay op that is reached alone stays alone: a native block would run on behind it.
+  if (bSingle) head.flags &= ~u32{kOpNative};
   m->longestBlock = std::max(m->longestBlock, 1u);
 
   if (bSingle || RecordIndexOf(m, m->cpu.pc) != headIndex + 1) {

@@ -117,6 +117,56 @@ TEST_F(NativeEdge, ALikelyBranchThatIsTakenRunsItsDelayOp) {
   }
 }
 
+// --- Through the run loop
+// -------------------------------------------------------------------------
+
+class NativeLoop : public ProcessorTest {
+ protected:
+  NativeLoop() {
+    TestHost().DecompressTable = [](void* target, const void* source, u32 bytes, u32, u32, u32,
+                                    u32) { std::memcpy(target, source, bytes); };
+    LoadBlockTable();
+    Place(kEntry, {kLinkAndUse[0], kLinkAndUse[1]});
+  }
+};
+
+TEST_F(NativeLoop, ABlockIsMatchedWhenItFormsAndRunsNativelyFromThenOn) {
+  EXPECT_EQ(RunBlock(), 2u);
+  EXPECT_NE(RecordAt(kEntry).flags & kOpNative, 0u);
+  SetPc(kEntry);
+  gpr[31] = gpr[2] = 0;
+  EXPECT_EQ(RunBlock(), 2u);
+  EXPECT_EQ(gpr[2], Extended(kEntry + 8));
+}
+
+TEST_F(NativeLoop, ADelayOpIsNotMatched) {
+  RunBlock();
+  EXPECT_EQ(RecordAt(kEntry + 4).flags & kOpNative, 0u);
+}
+
+TEST_F(NativeLoop, CodeThatChangesUnderItsRecordKeepsItsNativeBlock) {
+  RunBlock();
+  Poke32(kEntry + 4, 0x24420007);  // addiu v0, v0, 7
+  SetPc(kEntry);
+  gpr[2] = 0;
+  RunBlock();
+  EXPECT_EQ(gpr[2], Extended(kEntry + 8));
+}
+
+TEST_F(NativeLoop, ADelayOpReachedAloneStaysABlockOfOneOp) {
+  Place(kEntry, {kBranchToItself[0], kBranchToItself[1]});
+  cpu.branchTarget = 0x80020000;
+  EXPECT_EQ(RunBlock(), 1u);
+  EXPECT_EQ(RecordAt(kEntry).flags & kOpNative, 0u);
+  EXPECT_EQ(RecordAt(kEntry).link, 1u);
+}
+
+TEST_F(NativeLoop, TheBlockEndsWhenTheBudgetIsReachedInItsMiddle) {
+  RunBlock();
+  SetPc(kEntry);
+  EXPECT_EQ(Run(1), 2u);
+}
+
 // --- The library as blockgen made it
 // --------------------------------------------------------------
 
