@@ -31,6 +31,7 @@ bool WritesStatus(u32 word) {
 }
 
 bool IsDelayOp(const CGuestCode& code, u32 index) {
+  if (code.IsDelayOp(index)) return true;
   return index != 0 && !IsRegionStart(index) && code.IsKnown(index - 1) &&
          HasDelaySlot(code.Word(index - 1));
 }

@@ -55,15 +55,16 @@ CGuestCode::CGuestCode(const std::string& cachePath, const std::string& imagePat
     for (u32 i = 0; i < count && reader.Read(record); ++i) {
       const u64 index = u64{first} + i;
       if (index >= kRecordCount || (record.flags & kOpValid) == 0) continue;
-      Add(static_cast<u32>(index), record.word, (record.flags & kOpHead) != 0);
+      Add(static_cast<u32>(index), record.word, record.flags);
     }
   }
   if (!imagePath.empty()) TakeImage(imagePath);
 }
 
-void CGuestCode::Add(u32 index, u32 word, bool bHead) {
+void CGuestCode::Add(u32 index, u32 word, u32 flags) {
   words_[index] = word;
-  marks_[index] = static_cast<u8>(kKnown | (bHead ? kHead : 0));
+  marks_[index] = static_cast<u8>(kKnown | ((flags & kOpHead) != 0 ? kHead : 0) |
+                                  ((flags & kOpDelayOp) != 0 ? kDelay : 0));
 }
 
 // Memory holds every word as far as it reaches, those that never ran included.

@@ -24,17 +24,19 @@ class CGuestCode {
   CGuestCode(const std::string& cachePath, const std::string& imagePath);
   CGuestCode() : words_(kRecordCount), marks_(kRecordCount) {}
 
-  // For tests: a word as a record of the run.
-  void Add(u32 index, u32 word, bool bHead);
+  // Takes a word as a record of the run, with the record's flags.
+  void Add(u32 index, u32 word, u32 flags);
 
   bool IsKnown(u32 index) const { return index < kRecordCount && (marks_[index] & kKnown) != 0; }
   bool IsHead(u32 index) const { return index < kRecordCount && (marks_[index] & kHead) != 0; }
+  // Whether the run executed it as the delay op of a branch.
+  bool IsDelayOp(u32 index) const { return index < kRecordCount && (marks_[index] & kDelay) != 0; }
   u32 Word(u32 index) const { return words_[index]; }
   // Whether words are those of memory, rather than those that records were formed with.
   bool HasImage() const { return bImage_; }
 
  private:
-  enum EMark : u8 { kKnown = 1, kHead = 2 };
+  enum EMark : u8 { kKnown = 1, kHead = 2, kDelay = 4 };
 
   void TakeImage(const std::string& path);
 

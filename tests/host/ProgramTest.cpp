@@ -53,6 +53,7 @@ TEST_F(CProgram, MistakesInTheCommandLineEndWith1AndOneSentence) {
   ExpectUsageError({pack, "--no-such-option"}, "--no-such-option");
   ExpectUsageError({pack, "--frames", "-1"}, "--frames");
   ExpectUsageError({pack, "--frames", "0"}, "--frames");
+  ExpectUsageError({pack, "--no-native", "--component", "x.so"}, "--no-native");
   ExpectUsageError({pack, "--frames", "many"}, "--frames");
   ExpectUsageError({pack, "--every", "5"}, "--every requires --png");
   ExpectUsageError({pack, "--headless", "--set", "FAKE_Clock=9"}, "FAKE_Clock takes 0 to 3");
