@@ -81,6 +81,7 @@ TEST_F(CScriptTable, EachNameStandsOnceAndBeginsInTheSameWay) {
   u32 holes = 0;
   for (const SScriptFunction& row : ScriptFunctions()) {
     const std::string name = row.name;
+    EXPECT_EQ(row.action == nullptr, row.form == EScriptForm::Reserved) << row.number;
     if (row.form == EScriptForm::Reserved) {
       ++holes;
       EXPECT_EQ(name, "");
