@@ -14,6 +14,7 @@ namespace vx {
 namespace {
 
 constexpr f64 kFastestSoundClockMHz = 100.0;
+constexpr f64 kFastestMainClockMHz = 10000.0;  // that another host may dictate
 constexpr f64 kShortestFrameUs = 999.0, kLongestFrameUs = 1000001.0;
 constexpr f64 kDefaultFrameUs = 1000000.0 / 60.0;
 constexpr f64 kBlankShare = 240.0 / 262.0;
@@ -75,6 +76,9 @@ void CVXMachine::LoadPageMap(SStateStream& stream) {
     cpu.mapLow = 0xFFFFFFFF;
     cpu.mapHigh = 0;
   }
+  if (!(cpu.clockMHz >= 1.0 && cpu.clockMHz <= kFastestMainClockMHz)) {
+    cpu.clockMHz = kDefaultClockMHz;
+  }
   ReadBytes(stream, pages, kLowPages * sizeof(SPageEntry));
   const SPageRange tracked = TrackedPages(cpu);
   ReadBytes(stream, pages + tracked.first, tracked.Bytes());
@@ -117,8 +121,6 @@ void CVXMachine::LoadInstances(SStateStream& stream) {
 }
 
 bool CVXMachine::LoadSections(SStateStream& stream, u32 version) {
-  ReadBytes(stream, flatMem, kLowRamBytes);
-  ReadBytes(stream, flatMem + kFlatMainRam, kMainRamBytes);
   {
     const std::lock_guard lock(inputLock);
     ReadValue(stream, state);
@@ -172,10 +174,8 @@ void CVXMachine::MendTimeline() {
   queue.Schedule(now + period, videoEventEndId, 0);
 }
 
-bool CVXMachine::LoadState(SStateStream* stream) noexcept {
-  u32 version = 0;
-  if (stream == nullptr || !ReadValue(*stream, version) || version > kStateVersion) return false;
-  const bool bWhole = LoadSections(*stream, version);
+bool CVXMachine::LoadBehindMemory(SStateStream& stream, u32 version) {
+  const bool bWhole = LoadSections(stream, version);
   // Samples of the frame and commands under way are no part of a state.
   soundBoard.sampleCount = 0;
   soundBoard.bHasSamples = 0;
@@ -186,6 +186,14 @@ bool CVXMachine::LoadState(SStateStream* stream) noexcept {
   }
   MendTimeline();
   return bWhole;
+}
+
+bool CVXMachine::LoadState(SStateStream* stream) noexcept {
+  u32 version = 0;
+  if (stream == nullptr || !ReadValue(*stream, version) || version > kStateVersion) return false;
+  ReadBytes(*stream, flatMem, kLowRamBytes);
+  ReadBytes(*stream, flatMem + kFlatMainRam, kMainRamBytes);
+  return LoadBehindMemory(*stream, version);
 }
 
 }  // namespace vx

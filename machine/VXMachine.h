@@ -148,6 +148,8 @@ class CVXMachine final : public CQuillonMachineBase {
   void SetInstanceCount(u32 count);
   // Sets or clears an interrupt line in Cause; a change ends a running slice.
   void SetCauseLine(u32 line, bool bRaised);
+  // What LoadState does behind both RAMs: the rest of the stream, and what makes it fit to run.
+  bool LoadBehindMemory(SStateStream& stream, u32 version);
   // The queue client of a look-ahead clone: the main processor alone.
   static f64 RunMainTo(void* context, f64 target);
   // Ends the main processor's running slice at its present cycle; nothing outside a slice.

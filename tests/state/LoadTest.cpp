@@ -108,6 +108,15 @@ TEST_F(StateLoad, ARangeOfPagesBeyondTheMapCountsAsNone) {
   EXPECT_EQ(Save(*m).size(), kResetStateBytes - 2097152u);
 }
 
+TEST_F(StateLoad, AProcessorClockThatNoBoardHasIsPutRight) {
+  for (const f64 clock : {0.0, -1.0, 1e300, 1e-9, std::numeric_limits<f64>::quiet_NaN()}) {
+    StateBytes bytes = Save(*m);
+    PutAt(bytes, kAtContext + 1360, clock);
+    ASSERT_TRUE(Load(*m, bytes));
+    EXPECT_EQ(m->cpu.clockMHz, 100.0);
+  }
+}
+
 // --- Sound -------------------------------------------------------------------------------------
 
 TEST_F(StateLoad, SamplesOfTheFrameUnderWayAreDropped) {
