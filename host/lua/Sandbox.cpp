@@ -218,6 +218,7 @@ int SSandbox::Wrap(lua_State* L) {
 }
 
 int SSandbox::Resume(lua_State* L) {
+  CScriptEngine::Of(L).Charge(L, kCatchWork);
   lua_State* const coroutine = lua_tothread(L, lua_upvalueindex(1));
   const int count = lua_gettop(L);
   if (!lua_checkstack(coroutine, count)) return luaL_error(L, "too many arguments to resume");

@@ -23,10 +23,11 @@ class CLuaTest : public CBoundaryTest {
   void Frames(u32 count);
   // The board with guest code that rests, and one frame run.
   void BootAtRest() { Boot(CGuestCode().Op(mips::kNop).Op(mips::kNop).Rest()); }
-  // A budget that tests of endless loops use up soon.
+  // Bounds that tests of endless loops reach soon.
   static SScriptLimits Few() {
     SScriptLimits limits;
     limits.instructions = 2'000'000;
+    limits.memoryBytes = u64{64} << 20;
     return limits;
   }
 
