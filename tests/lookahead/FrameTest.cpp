@@ -1,4 +1,5 @@
 // A frame with look-ahead: what the host gets, and what becomes of the master.
+#include <algorithm>
 #include <set>
 
 #include "tests/lookahead/LookAheadTest.h"
@@ -184,6 +185,17 @@ TEST_F(LookAheadFrame, ABranchGetsTheInputOfTheMaster) {
   Frames(1);
   EXPECT_EQ(Clone(1).inputCount, 3u);
   EXPECT_EQ(Clone(1).inputRecords[2].padBits, 0x123u);
+}
+
+TEST_F(LookAheadFrame, ABranchDropsEventsThatOnlyTheMasterKnows) {
+  BootFlipper();
+  const u32 id = m->queue.Register([](void*, u64, f64) {}, nullptr);
+  m->queue.Schedule(500'000.0, id, 0);
+  Frames(1);
+  const auto isOfId = [id](const SEvent& event) { return event.id == id; };
+  EXPECT_TRUE(std::ranges::any_of(m->queue.Entries(), isOfId));
+  EXPECT_TRUE(std::ranges::none_of(Clone(0).queue.Entries(), isOfId));
+  EXPECT_TRUE(std::ranges::none_of(Clone(1).queue.Entries(), isOfId));
 }
 
 TEST_F(LookAheadFrame, ABranchRunsNoSoundAndKeepsNoSamples) {
